@@ -1,0 +1,18 @@
+# The benchmarks: one binary from bench/*.cpp that links the rooms themselves. With GStreamer they
+# measure its own compositor on the same frames beside ours.
+
+find_package(benchmark REQUIRED)
+
+file(GLOB bench_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/bench/*.cpp")
+if(bench_sources)
+    add_executable(bench_qdvm ${bench_sources})
+    target_compile_definitions(bench_qdvm PRIVATE
+        QDVM_SAMPLES_DIR="${PROJECT_SOURCE_DIR}/samples")
+    target_link_libraries(bench_qdvm PRIVATE
+        qdvm_internal ${QDVM_ROOM_TARGETS} benchmark::benchmark benchmark::benchmark_main)
+    target_include_directories(bench_qdvm PRIVATE "${PROJECT_SOURCE_DIR}/tests")
+    if(QDVM_GST_FOUND AND QDVM_GST_TOOLS_FOUND)
+        target_compile_definitions(bench_qdvm PRIVATE QDVM_BENCH_GSTREAMER)
+        target_link_libraries(bench_qdvm PRIVATE PkgConfig::QDVM_GST PkgConfig::QDVM_GST_TOOLS)
+    endif()
+endif()
