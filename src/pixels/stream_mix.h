@@ -1,0 +1,56 @@
+#pragma once
+
+// From one frame of one stream into the output frame, once for each rect of the stream.
+
+#include "frames/blob_holder.h"
+#include "pixels/mix_block.h"
+
+#include <qdvideomixer/object.h>
+#include <qdvideomixer/video_props.h>
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace qdvm {
+
+// What a stream lends to the pixel work. Guarded by the stream's lock; fieldPass can be read alone.
+struct StreamPixels {
+    VM_VIDEO_PROPS inputProps{};
+    std::vector<MixBlock> rects;
+    std::atomic<std::int32_t> fieldPass{0};  // 0 whole frame; 1, 2: only that field is shown
+    std::int32_t bARGB32Mix = 1;
+    CBLOBHolder<CVirtualAlloc> streamAlpha;
+    CBLOBHolder<CVirtualAlloc> stageBuffers;
+    CBLOBHolder<CVirtualAlloc> scratchBuffer;
+
+    // Drops what was derived from the held frame: the marks of all rects and the alpha plane.
+    void DropDerived();
+};
+
+// The step of a rect's running change, made by the owner of the animation.
+class RectAnimator {
+public:
+    enum class Outcome { kShow, kErased, kStreamClosed };
+    // Advances rect `index` by one frame. kErased: another rect has moved into this number.
+    // kStreamClosed: the last rect is gone and the stream with it.
+    virtual Outcome StepRect(std::size_t index) = 0;
+
+protected:
+    ~RectAnimator() = default;
+};
+
+// Draws `frame` (described by stream.inputProps) into `outFrame` (described by outProps, FrameBytes
+// of it) through every rect of the stream. Needs the stream's lock and mixLock shared.
+// 0 when every rect was worked through, 1 when the stream was closed by its last rect's removal,
+// E_POINTER without frames, the holder's result when working memory can't be had.
+HRESULT MixRects(StreamPixels& stream, const BYTE* frame, BYTE* outFrame,
+                 const VM_VIDEO_PROPS& outProps, RectAnimator& animator);
+
+// Recomputes projectedCorners and bProjected from rect.current and drops what is cached for the
+// rect. False if the projection could not be set up.
+bool UpdateProjection(MixBlock& rect, const VM_VIDEO_PROPS& inputProps,
+                      const VM_VIDEO_PROPS& outProps);
+
+}  // namespace qdvm
