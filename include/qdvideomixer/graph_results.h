@@ -1,6 +1,7 @@
 #pragma once
 
-// The result codes of a media graph, by their published values. IQDVideoMixer gives some of them too.
+// The result codes of a media graph, by their published values. IQDVideoMixer gives some of them
+// too.
 
 #include <qdvideomixer/object.h>
 

@@ -12,9 +12,9 @@ namespace qdvm {
 // One stream since the last start from stopped. Counts of frames.
 struct VM_STREAM_STATUS {
     BOOL bConnected;
-    BOOL bLost;       // declared lost, shown by its lost policy
-    BOOL bEnded;      // the upstream has ended and does not loop
-    BOOL bWaiting;    // no frame has come since the start
+    BOOL bLost;                     // declared lost, shown by its lost policy
+    BOOL bEnded;                    // the upstream has ended and does not loop
+    BOOL bWaiting;                  // no frame has come since the start
     std::uint32_t nFramesReceived;  // frames stored
     std::uint32_t nFramesRepeated;  // output frames that showed a frame again
     std::uint32_t nFramesDropped;   // frames that fell between two slots of the output grid

@@ -136,8 +136,7 @@ struct IQDVideoMixer : IUnknown {
     virtual HRESULT FlushBuffers(LONG _nStream) = 0;
     virtual HRESULT SetInputRectGL(LONG _nStreamNo, LONG* _pnRectNo,
                                    const VM_MIXING_RECT_GL* _pVMRect, LONG _nMSecToChange) = 0;
-    virtual HRESULT GetInputRectGL(LONG _nStreamNo, LONG _nRectNo,
-                                   VM_MIXING_RECT_GL* _pVMRect) = 0;
+    virtual HRESULT GetInputRectGL(LONG _nStreamNo, LONG _nRectNo, VM_MIXING_RECT_GL* _pVMRect) = 0;
 
     // The stream whose frames drive the output, negative for none. S_FALSE if it is so already,
     // VFW_E_NOT_STOPPED, VFW_E_NOT_CONNECTED.

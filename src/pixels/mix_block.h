@@ -72,6 +72,7 @@ struct MixBlock {
     CBLOBHolder<CVirtualAlloc> rectAlphaFlat;
     bool bProjected = false;
     std::array<PointD, 4> projectedCorners{};
+    const char* lackingStage = nullptr;  // why the rect is not drawn, told to the trace once
 };
 
 }  // namespace qdvm

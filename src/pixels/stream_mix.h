@@ -17,7 +17,7 @@ namespace qdvm {
 
 // What a stream lends to the pixel work. Guarded by the stream's lock; fieldPass can be read alone.
 struct StreamPixels {
-    VM_VIDEO_PROPS inputProps{};
+    VM_VIDEO_PROPS inputProps{};  // of the frame that is drawn
     std::vector<MixBlock> rects;
     std::atomic<std::int32_t> fieldPass{0};  // 0 whole frame; 1, 2: only that field is shown
     std::int32_t bARGB32Mix = 1;

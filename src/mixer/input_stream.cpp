@@ -1,0 +1,185 @@
+#include "mixer/input_stream.h"
+
+#include "frames/format_table.h"
+#include "frames/media_type_map.h"
+#include "frames/rounding.h"
+#include "pixels/img_fill.h"
+#include "platform/ticks.h"
+#include "platform/trace.h"
+
+#include <optional>
+#include <utility>
+
+namespace qdvm {
+namespace {
+
+constexpr double kTimeUnitsPerMs = 10000.0;
+
+VM_VIDEO_PROPS PropsOf(const MediaType& type) {
+    VM_VIDEO_PROPS props{};
+    if (ParseVideoMediaType(*type, &props.picProps) < 0) props.picProps = {};
+    props.eInterlace = InterlaceOf(*type);
+    const AspectRatio aspect = AspectOf(*type);
+    props.nAspectX = aspect.x;
+    props.nAspectY = aspect.y;
+    return props;
+}
+
+}  // namespace
+
+InputStream::InputStream() {
+    maxWaitFrames = settings.maxWaitFrames;
+    lostShow = settings.lostShow;
+    pixels.bARGB32Mix = settings.argb32Mix;
+}
+
+VM_VIDEO_PROPS InputStream::InputProps() const {
+    ScopedLock guard(streamLock);
+    return inputProps;
+}
+
+HRESULT InputStream::ApplyMediaType(const MediaType* type) {
+    MediaType copy;
+    VM_VIDEO_PROPS props{};
+    std::int64_t duration = 0;
+    HRESULT result = copy.Assign(type ? &type->Get() : nullptr);
+    if (Succeeded(result) && type) {
+        props = PropsOf(copy);
+        duration = AvgTimePerFrameOf(*copy);
+        // A walk over other filters' pins: with no lock held.
+        if (duration == 0 && IsConnected()) duration = UpstreamFrameTime();
+    }
+    {
+        ScopedLock guard(streamLock);
+        inputProps = props;
+        mediaType = std::move(copy);
+        if (props.picProps.fccType == 0) lostPicture.Clear();
+    }
+    frameTime = duration;
+    if (Failed(result) || !type) return result;
+    const auto show = static_cast<eVM_LostShow>(lostShow.load());
+    (void)MarkStreamLost(false, -1, &show);
+    return S_OK;
+}
+
+void InputStream::ResetStream() {
+    ScopedLock guard(streamLock);
+    gridSlot = 0;
+    lastFrameStart = kUnknownTime;
+    framesReceived = 0;
+    framesDropped = 0;
+    framesRepeated = 0;
+    clockOffset = kUnknownTime;
+    endOfStream = false;
+    freeEvent.Set();
+    freeEventOpen = true;
+}
+
+void InputStream::FlushStream() {
+    freeEvent.Set();
+    {
+        MediaFrame dropped;  // goes back to its allocator with the lock free
+        ScopedLock guard(streamLock);
+        ++flushCount;
+        readyEvent.Clear();
+        pacingEvent.Set();
+        dropped = std::exchange(currentFrame, MediaFrame());
+        frameWaits = false;
+    }
+    endOfStream = false;
+    newFrame = true;
+}
+
+void InputStream::StopStream() {
+    FlushStream();
+    newFrame = false;
+    ScopedLock guard(streamLock);
+    framesReceived = 0;
+    clockOffset = kUnknownTime;
+    gridSlot = 0;
+    lastFrameStart = kUnknownTime;
+    freeEventOpen = false;
+}
+
+void InputStream::EndStream() {
+    if (loop && IsConnected() && SeekUpstreamToStart()) return;
+    ScopedLock guard(streamLock);
+    endOfStream = true;
+    freeEvent.Set();
+    readyEvent.Set();
+}
+
+void InputStream::RestartWait() {
+    const std::int64_t known = frameTime;
+    const std::int64_t duration = known > 0 ? known : kDefaultFrameTime;
+    waitLeftMs = RoundToInt32(static_cast<double>(maxWaitFrames) * static_cast<double>(duration) /
+                              kTimeUnitsPerMs);
+}
+
+HRESULT InputStream::MarkStreamLost(bool lostNow, std::int32_t maxWait, const eVM_LostShow* show) {
+    ScopedLock guard(streamLock);
+    if (lostNow) {
+        pixels.DropDerived();
+        lost = true;
+        freeEvent.Set();
+        readyEvent.Set();
+    }
+    if (maxWait >= 0) maxWaitFrames = maxWait;
+    RestartWait();
+    if (!show || inputProps.picProps.fccType == 0) return S_OK;
+    lostShow = *show;
+    return BuildLostPicture(*show);
+}
+
+HRESULT InputStream::BuildLostPicture(eVM_LostShow show) {
+    std::optional<std::uint32_t> colour;
+    if (show == eVMLS_Black) colour = 0xFF000000u;
+    if (show == eVMLS_White) colour = 0xFFFFFFFFu;
+    lostPicture.Clear();
+    if (!colour) {
+        if (show != eVMLS_Bars && show != eVMLS_Prepared) return S_OK;
+        Trace("[Lost picture] no stages to make colour bars");
+        return E_UNEXPECTED;
+    }
+    const HRESULT result = lostPicture.Resize(FrameBytes(inputProps.picProps));
+    if (Failed(result)) return result;
+    const HRESULT filled =
+        Img_FillRect(lostPicture.At(0), &inputProps.picProps, *colour, nullptr, 255);
+    if (filled != S_OK) lostPicture.Clear();
+    return filled == S_OK ? S_OK : E_UNEXPECTED;
+}
+
+bool InputStream::StoreFrame(const MediaFrame& frame, std::uint32_t flushesSeen) {
+    MediaFrame replaced;  // goes back to its allocator with the lock free
+    ScopedLock guard(streamLock);
+    if (!freeEventOpen || flushCount != flushesSeen) return false;
+    if (frame && (frame.ActualLength() >= 1 || !hasData)) {
+        lastReceiveTick = TickCountMs();
+        ++framesReceived;
+        pixels.fieldPass = 0;
+        pixels.DropDerived();
+        replaced = std::exchange(currentFrame, frame);
+        frameProps = inputProps;
+        frameWaits = true;
+        newFrame = true;
+    } else if (inputProps.eInterlace != eVMI_Progressive) {
+        RepeatOneField();
+    }
+    return true;
+}
+
+// A frame that is shown again is drawn from one field: the one that comes second.
+void InputStream::RepeatOneField() {
+    const std::int32_t field = inputProps.eInterlace == eVMI_Field1First ? 2 : 1;
+    if (pixels.fieldPass == field) return;
+    pixels.DropDerived();
+    pixels.fieldPass = field;
+}
+
+void InputStream::ReleaseFrame() {
+    frameWaits = false;
+    if (!endOfStream && !lost) readyEvent.Clear();
+    freeEvent.Set();
+}
+
+}  // namespace qdvm

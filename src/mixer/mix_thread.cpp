@@ -1,0 +1,103 @@
+// The thread that composes when no stream is the master: waits for the streams, declares those lost
+// that stay away too long, and signals the end.
+
+#include "mixer/mixer_core.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace qdvm {
+namespace {
+
+// Pause between two signals of the end, ms.
+constexpr std::uint32_t kEndOfStreamPauseMs = 20;
+
+// The wait for the streams is looked after at least this often, ms, so that a change of state or of
+// a stream's wait is noticed.
+constexpr std::int32_t kWaitSliceMs = 100;
+
+}  // namespace
+
+void MixerCore::StartMixThread() {
+    stopEvent.Clear();
+    runMixThread = true;
+    const HRESULT result =
+        mixThread.Start("MixThread", ThreadPriority::AboveNormal, [this] { MixLoop(); });
+    if (Failed(result)) runMixThread = false;
+}
+
+void MixerCore::StopMixThread() {
+    runMixThread = false;
+    stopEvent.Set();
+    lostPacingEvent.Set();
+    for (Event* ready : readyEvents) ready->Set();
+    mixThread.Join();
+}
+
+void MixerCore::MixLoop() {
+    while (runMixThread) {
+        const std::int32_t minLeft = ShortestWait();
+        const std::int32_t slice = std::min(minLeft, kWaitSliceMs);
+        const bool allReady = WaitAll(readyEvents, static_cast<std::uint32_t>(slice));
+        if (!runMixThread) return;
+        if (allReady)
+            MixRound();
+        else if (state == PlayState::kRunning &&
+                 minLeft != std::numeric_limits<std::int32_t>::max())
+            AccountWait(slice);
+    }
+}
+
+// The least time left of all connected streams that are waited for, ms; the largest number if none
+// is.
+std::int32_t MixerCore::ShortestWait() const {
+    SharedLockGuard pins(pinsLock, SharedLockGuard::Mode::kShared);
+    std::int32_t shortest = std::numeric_limits<std::int32_t>::max();
+    for (const Ref<InputStream>& stream : inputs) {
+        const std::int32_t left = stream->waitLeftMs;
+        if (left >= 1 && stream->IsConnected()) shortest = std::min(shortest, left);
+    }
+    return shortest;
+}
+
+void MixerCore::MixRound() {
+    bool allLost = true;
+    bool ended = true;
+    {
+        SharedLockGuard pins(pinsLock, SharedLockGuard::Mode::kShared);
+        for (const Ref<InputStream>& stream : inputs)
+            if (stream->IsConnected() && !stream->lost) allLost = false;
+        for (const Ref<InputStream>& stream : inputs) {
+            if (!stream->IsConnected()) continue;
+            // The last frame of a stream is composed before its end counts.
+            ended = stream->endOfStream && !stream->frameWaits;
+            if (!ended || stream->stopAllForEOS) break;
+        }
+    }
+    if (!ended) {
+        (void)MixFrame(MediaFrame(), allLost);
+        return;
+    }
+    outputStage->PutOutput(MediaFrame());
+    (void)stopEvent.WaitFor(kEndOfStreamPauseMs);
+}
+
+// Milliseconds have passed in which not every stream became ready.
+void MixerCore::AccountWait(std::int32_t milliseconds) {
+    SharedLockGuard pins(pinsLock, SharedLockGuard::Mode::kShared);
+    for (const Ref<InputStream>& stream : inputs) {
+        if (!stream->IsConnected()) continue;
+        if (stream->readyEvent.IsSet()) {
+            stream->RestartWait();
+            continue;
+        }
+        if (stream->maxWaitFrames <= 0) continue;
+        std::int32_t left = stream->waitLeftMs;
+        if (left > milliseconds)
+            stream->waitLeftMs.compare_exchange_strong(left, left - milliseconds);
+        else
+            (void)stream->MarkStreamLost(true, -1, nullptr);
+    }
+}
+
+}  // namespace qdvm

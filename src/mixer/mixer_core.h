@@ -1,0 +1,205 @@
+#pragma once
+
+// The central object: the table of streams, the order in which they are drawn, the output stage,
+// and MixFrame, which composes one output frame. Its operations stand in files named after their
+// subject: mix_frame, mix_thread, receive, put_frame, stream_control, rect_control, rect_change,
+// background, state, info. The graph's filter derives from it and supplies the pins.
+//
+// Locks, outermost first: filterLock, a pin's lock, pinsLock, mixLock, a stream's streamLock.
+// captureLock is never held while another is taken.
+
+#include "frames/blob_holder.h"
+#include "mixer/background.h"
+#include "mixer/clock_handle.h"
+#include "mixer/input_stream.h"
+#include "mixer/media_frame.h"
+#include "mixer/output_stage.h"
+#include "mixer/shared_lock.h"
+#include "platform/lock.h"
+#include "platform/ref.h"
+#include "platform/thread.h"
+
+#include <qdvideomixer/stream_status.h>
+#include <qdvideomixer/video_mixer.h>
+
+#include <atomic>
+#include <cstdint>
+#include <vector>
+
+namespace qdvm {
+
+enum class PlayState : std::int32_t { kStopped = 0, kPaused = 1, kRunning = 2 };
+
+class MixerCore : public IQDVideoMixer, public IQDVideoMixerStatus {
+public:
+    MixerCore() = default;
+    MixerCore(const MixerCore&) = delete;
+    MixerCore& operator=(const MixerCore&) = delete;
+
+    // --- frames (upstream threads) ---
+
+    // Entry from input pin `pinId`: places the frame on the output grid and hands it on. Holds
+    // pinsLock shared throughout and may block until the mixer has taken the stream's last frame.
+    // E_UNEXPECTED without such a pin, VFW_E_NOT_RUNNING with the filter stopped.
+    HRESULT ReceiveFrame(std::uint32_t pinId, const MediaFrame& frame);
+
+    // --- states (under filterLock) ---
+
+    // Leaving stopped. VFW_E_NOT_CONNECTED unless an input and the output are connected; the
+    // allocator's failure otherwise. A failure leaves the state stopped and nothing started.
+    HRESULT StartFromStopped(PlayState newState, std::int64_t startTimeGiven);
+    HRESULT StopRunning();
+    void GoRunning(std::int64_t startTimeGiven);
+    PlayState State() const { return state; }
+
+    // --- composition (mix thread, or the master stream's thread) ---
+
+    // Composes and sends one frame. inFrame is the master stream's frame, or empty.
+    HRESULT MixFrame(const MediaFrame& inFrame, bool allLost);
+
+    // --- output format ---
+
+    // Output period, 100 ns: the master's, else the rate asked for, else that of the fastest
+    // connected stream but `excludedStream`; 0 if it can't be told yet. Needs pinsLock shared.
+    std::int64_t ComputeOutputFrameTime(std::int32_t excludedStream) const;
+
+    // Works the output format out anew; `reconnect` brings it to a connected output.
+    virtual HRESULT BuildOutputFormat(bool reconnect) = 0;
+
+    // --- layout, for callers that hold mixLock exclusive (scenes) ---
+
+    HRESULT SetRectLocked(InputStream& stream, LONG* rectNo, const VM_MIXING_RECT* rect,
+                          std::int32_t milliseconds);
+    HRESULT RemoveRectLocked(InputStream& stream, LONG rectNo, std::int32_t milliseconds);
+    HRESULT SetBackgroundLocked(eVM_Background kind, LONG colour, BSTR fileName,
+                                std::int32_t milliseconds);
+
+    // --- IQDVideoMixer; SetOutputProps is the filter's ---
+
+    HRESULT SetBackground(eVM_Background, LONG, BSTR) override;
+    HRESULT GetOutputProps(BOOL, VM_VIDEO_PROPS*) override;
+    HRESULT GetStreamCount(LONG*) override;
+    HRESULT GetInputProps(LONG, VM_VIDEO_PROPS*) override;
+    HRESULT GetInputRectCount(LONG, LONG*) override;
+    HRESULT SetInputRect(LONG, LONG*, const VM_MIXING_RECT*) override;
+    HRESULT GetInputRect(LONG, LONG, VM_MIXING_RECT*) override;
+    HRESULT RemoveInputRect(LONG, LONG) override;
+    HRESULT RemoveAllRects(LONG) override;
+    HRESULT EnableStream(LONG, BOOL) override;
+    HRESULT IsStreamEnabled(LONG, BOOL*) override;
+    HRESULT IgnoreTime(LONG, BOOL) override;
+    HRESULT IsIgnoreTime(LONG, BOOL*) override;
+    HRESULT KeepStreamRate(LONG, BOOL) override;
+    HRESULT IsKeepStreamRate(LONG, BOOL*) override;
+    HRESULT SetRectMask(LONG, LONG, BSTR) override;
+    HRESULT SetRectMaskHandle(LONG, LONG, LONG, BSTR) override;
+    HRESULT SetInputRect2(LONG, LONG*, const VM_MIXING_RECT*, LONG) override;
+    HRESULT RemoveInputRect2(LONG, LONG, LONG) override;
+    HRESULT GetRectMask(LONG, LONG, BSTR*) override;
+    HRESULT GetBackground(eVM_Background*, LONG*, BSTR*) override;
+    HRESULT SetBackground2(eVM_Background, LONG, BSTR, LONG) override;
+    HRESULT LoopStream(LONG, BOOL, BOOL) override;
+    HRESULT IsStreamLooped(LONG, BOOL*, BOOL*) override;
+    HRESULT CaptureBitmap(LONG*, BOOL) override;
+    HRESULT SetStreamLost(LONG, eVM_LostShow) override;
+    HRESULT IsStreamLost(LONG, BOOL*, eVM_LostShow*) override;
+    HRESULT SetStreamMaxWait(LONG, LONG, eVM_LostShow) override;
+    HRESULT GetStreamMaxWait(LONG, LONG*, eVM_LostShow*) override;
+    HRESULT SetStreamForChromaKey(LONG) override;
+    HRESULT GetStreamForChromaKey(LONG*) override;
+    HRESULT FlushBuffers(LONG) override;
+    HRESULT SetInputRectGL(LONG, LONG*, const VM_MIXING_RECT_GL*, LONG) override;
+    HRESULT GetInputRectGL(LONG, LONG, VM_MIXING_RECT_GL*) override;
+    HRESULT SetMasterStream(LONG) override;
+    HRESULT GetMasterStream(LONG*) override;
+
+    // --- IQDVideoMixerStatus ---
+
+    HRESULT GetStreamStatus(LONG, VM_STREAM_STATUS*) override;
+    HRESULT GetFramesMixed(std::uint64_t*) override;
+
+    // Reads a rect: where a running change ends, else what is drawn.
+    static void ReadRect(const MixBlock& block, VM_MIXING_RECT* rect);
+
+    // --- data ---
+
+    CriticalSection filterLock{LockRank::Filter, this};
+    mutable SharedLock pinsLock{LockRank::Pins, this};
+    mutable SharedLock mixLock{LockRank::Mix, this};
+
+    std::vector<Ref<InputStream>> inputs;  // pinsLock; the last one is always unconnected
+    std::vector<std::int32_t> order;       // pinsLock; stream numbers, first drawn first
+    Ref<OutputStage> outputStage;          // pinsLock; lives as long as the filter
+    std::vector<MediaType> outputTypes;    // typesLock: offered besides the current one
+    mutable CriticalSection typesLock{LockRank::Leaf, this};
+
+    std::atomic<std::int32_t> masterStream{-1};
+    std::atomic<std::int64_t> outputFrameTime{0};  // 100 ns, 0 while unknown
+    VM_VIDEO_PROPS givenOutputProps{};             // propsLock
+    mutable CriticalSection propsLock{LockRank::Leaf, this};
+
+    std::atomic<std::uint64_t> framesMixed{0};
+    std::atomic<std::int64_t> timeBase{0};
+    std::atomic<std::uint32_t> lastOutputTick{0};  // ms
+    std::atomic<std::uint32_t> startTick{0};       // ms
+    std::atomic<std::uint32_t> framesDelivered{0};
+    std::atomic<bool> dirty{false};
+    std::atomic<std::int32_t> chromaKeyStream{-1};
+
+    Background background;  // mixLock
+
+protected:
+    ~MixerCore() = default;
+
+    // The graph's reference clock now, empty if there is none. Takes no lock of the order.
+    virtual ClockHandle Clock() const = 0;
+
+    void SetState(PlayState newState, std::int64_t startTimeGiven);
+    VM_VIDEO_PROPS GivenOutputProps() const;
+
+private:
+    // receive, put_frame
+    HRESULT SubmitFrame(std::uint32_t pinId, const MediaFrame& frame);
+    HRESULT RetimeFrame(InputStream& stream, std::uint32_t pinId, const MediaFrame& frame,
+                        std::int64_t start, std::int64_t stop);
+    void PutFrame(InputStream& stream, const MediaFrame& frame);
+    HRESULT PaceFrame(InputStream& stream, const MediaFrame& frame);
+
+    // mix_frame
+    HRESULT ComposeFrame(BYTE* target, const VM_VIDEO_PROPS& outProps);
+    HRESULT MixStream(InputStream& stream, BYTE* target, const VM_VIDEO_PROPS& outProps);
+    void StampFrame(const MediaFrame& sample, const MediaFrame& inFrame, LONG length);
+    void KeepLastFrame(const MediaFrame& sample);
+    void PaceLostFrame(const MediaFrame& sample);
+
+    // mix_thread
+    void StartMixThread();
+    void StopMixThread();
+    void MixLoop();
+    void MixRound();
+    std::int32_t ShortestWait() const;
+    void AccountWait(std::int32_t milliseconds);
+
+    // state
+    void ResetStreams();
+    void ShowWhole(InputStream& stream);
+
+    // rect_control
+    std::int64_t ShortestFrameTime() const;
+
+    // stream_control: the stream of a number, null if it is out of range. Needs pinsLock shared.
+    InputStream* FindStream(LONG number) const;
+
+    std::atomic<PlayState> state{PlayState::kStopped};
+    std::atomic<std::int64_t> startTime{0};
+    CBLOBHolder<CVirtualAlloc> mixBuffer;  // the composing thread
+    CriticalSection captureLock{LockRank::Leaf, this};
+    MediaFrame lastFrame QDVM_GUARDED_BY(captureLock);
+    std::vector<Event*> readyEvents;  // fixed while not stopped
+    Thread mixThread;
+    std::atomic<bool> runMixThread{false};
+    Event stopEvent{Event::Reset::Manual};        // ends the pauses of the mix thread
+    Event lostPacingEvent{Event::Reset::Manual};  // set by the clock, or by a stop
+};
+
+}  // namespace qdvm

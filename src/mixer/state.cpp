@@ -1,0 +1,88 @@
+// What the filter's states mean for the engine.
+
+#include "mixer/mixer_core.h"
+#include "platform/ticks.h"
+
+#include <utility>
+
+namespace qdvm {
+
+HRESULT MixerCore::StartFromStopped(PlayState newState, std::int64_t startTimeGiven) {
+    framesMixed = 0;
+    timeBase = 0;
+    ResetStreams();
+    lastOutputTick = startTick = TickCountMs();
+    framesDelivered = 0;
+    if (readyEvents.empty() || !outputStage->IsConnected()) return VFW_E_NOT_CONNECTED;
+    const HRESULT result = outputStage->CommitAllocator();
+    if (Failed(result)) return result;
+    // Before the threads, which stamp by it.
+    SetState(newState, startTimeGiven);
+    (void)outputStage->StartDelivery();
+    if (masterStream < 0) StartMixThread();
+    return S_OK;
+}
+
+// Readies every stream, notes what the composition waits for, and shows the first connected stream
+// if nothing else would be shown.
+void MixerCore::ResetStreams() {
+    SharedLockGuard pins(pinsLock, SharedLockGuard::Mode::kShared);
+    bool nothingShown = true;
+    for (const Ref<InputStream>& stream : inputs) {
+        stream->ResetStream();
+        if (!stream->IsConnected() || !stream->enabled) continue;
+        SharedLockGuard mix(mixLock, SharedLockGuard::Mode::kShared);
+        ScopedLock guard(stream->streamLock);
+        if (!stream->pixels.rects.empty()) nothingShown = false;
+    }
+    readyEvents.clear();
+    for (const Ref<InputStream>& stream : inputs) {
+        if (!stream->IsConnected()) continue;
+        if (std::exchange(nothingShown, false)) ShowWhole(*stream);
+        readyEvents.push_back(&stream->readyEvent);
+    }
+}
+
+void MixerCore::ShowWhole(InputStream& stream) {
+    stream.enabled = true;
+    stream.hidePending = false;
+    SharedLockGuard mix(mixLock, SharedLockGuard::Mode::kExclusive);
+    if (stream.pixels.rects.empty()) (void)SetRectLocked(stream, nullptr, nullptr, 0);
+}
+
+void MixerCore::GoRunning(std::int64_t startTimeGiven) {
+    const std::int64_t now = Clock().Now();
+    {
+        // Between two frames: one composed before is counted, one composed after is stamped by it.
+        SharedLockGuard mix(mixLock, SharedLockGuard::Mode::kExclusive);
+        timeBase = (now - startTimeGiven) -
+                   static_cast<std::int64_t>(framesMixed.load()) * outputFrameTime;
+        SetState(PlayState::kRunning, startTimeGiven);
+    }
+    outputStage->FlushOutputQueue();
+}
+
+HRESULT MixerCore::StopRunning() {
+    // First of all, so that frames under way find it.
+    state = PlayState::kStopped;
+    runMixThread = false;
+    // A thread that waits for a buffer must get out, also when everything downstream is stuck.
+    (void)outputStage->DecommitAllocator();
+    if (masterStream < 0) StopMixThread();
+    outputStage->StopDelivery();
+    {
+        SharedLockGuard pins(pinsLock, SharedLockGuard::Mode::kShared);
+        for (const Ref<InputStream>& stream : inputs) stream->StopStream();
+    }
+    MediaFrame released;  // goes back to its allocator with the lock free
+    ScopedLock guard(captureLock);
+    released = std::exchange(lastFrame, MediaFrame());
+    return S_OK;
+}
+
+void MixerCore::SetState(PlayState newState, std::int64_t startTimeGiven) {
+    if (newState == PlayState::kRunning) startTime = startTimeGiven;
+    state = newState;
+}
+
+}  // namespace qdvm
