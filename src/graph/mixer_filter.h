@@ -99,7 +99,7 @@ private:
 
     // The output's format, in steps.
     HRESULT RebuildOutput(MediaType* built);
-    void FollowInputs(const VM_VIDEO_PROPS& given, PIC_PROPS* picture) const;
+    void FollowInputs(PIC_PROPS* picture) const;
     eVM_Interlace ChooseInterlace(const VM_VIDEO_PROPS& given) const;
     void RebuildOutputTypes(const MediaType& type, const VM_VIDEO_PROPS& given);
     HRESULT ReconnectOutput(const MediaType& type);

@@ -9,6 +9,7 @@
 #include "platform/trace.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 #include <vector>
 
@@ -70,7 +71,7 @@ HRESULT CCoQDVideoMixer::RebuildOutput(MediaType* built) {
     SharedLockGuard pins(pinsLock, Mode::kShared);
     const VM_VIDEO_PROPS given = GivenOutputProps();
     PIC_PROPS picture = given.picProps;
-    FollowInputs(given, &picture);
+    FollowInputs(&picture);
     const eVM_Interlace interlace = ChooseInterlace(given);
     const bool isPlain = interlace == eVMI_Progressive && !HasAspect(given);
     if (picture.nWidth == 0) picture.nWidth = kDefaultWidth;
@@ -97,7 +98,7 @@ HRESULT CCoQDVideoMixer::RebuildOutput(MediaType* built) {
 }
 
 // Takes from the connected streams what was not asked for.
-void CCoQDVideoMixer::FollowInputs(const VM_VIDEO_PROPS& /*given*/, PIC_PROPS* picture) const {
+void CCoQDVideoMixer::FollowInputs(PIC_PROPS* picture) const {
     for (const Ref<InputStream>& stream : inputs) {
         if (!stream->IsConnected()) continue;
         const PIC_PROPS theirs = stream->InputProps().picProps;

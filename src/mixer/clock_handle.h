@@ -17,7 +17,7 @@ struct ClockMethods {
     void (*drop)(void* clock);
     HRESULT (*getTime)(void* clock, std::int64_t* now);
     // Sets `event` when the clock reaches base + offset.
-    HRESULT (*advise)
+    HRESULT(*advise)
     (void* clock, std::int64_t base, std::int64_t offset, Event& event, std::uintptr_t* cookie);
     // Returns only when the event will not be touched any more.
     HRESULT (*unadvise)(void* clock, std::uintptr_t cookie);

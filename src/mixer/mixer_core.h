@@ -70,6 +70,7 @@ public:
 
     HRESULT SetRectLocked(InputStream& stream, LONG* rectNo, const VM_MIXING_RECT* rect,
                           std::int32_t milliseconds);
+    // A negative number means all rects, at once.
     HRESULT RemoveRectLocked(InputStream& stream, LONG rectNo, std::int32_t milliseconds);
     HRESULT SetBackgroundLocked(eVM_Background kind, LONG colour, BSTR fileName,
                                 std::int32_t milliseconds);

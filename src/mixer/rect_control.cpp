@@ -92,8 +92,12 @@ HRESULT MixerCore::RemoveRectLocked(InputStream& stream, LONG rectNo, std::int32
     const std::int32_t frames = RectFrames(std::max(milliseconds, 0), ShortestFrameTime());
     const VM_VIDEO_PROPS out = outputStage->OutputProps();
     ScopedLock guard(stream.streamLock);
-    if (!IsRect(stream, rectNo)) return E_INVALIDARG;
     std::vector<MixBlock>& rects = stream.pixels.rects;
+    if (rectNo < 0) {
+        rects.clear();
+        return S_OK;
+    }
+    if (!IsRect(stream, rectNo)) return E_INVALIDARG;
     MixBlock& rect = rects[static_cast<std::size_t>(rectNo)];
     if (frames >= 1 && StartRemoval(rect, frames)) {
         (void)UpdateProjection(rect, stream.inputProps, out);

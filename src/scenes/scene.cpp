@@ -37,8 +37,8 @@ SceneInput CaptureStream(const InputStream& stream) {
     entry.bEnabled = stream.IsShown();
     entry.bKeepRate = stream.keepRate;
     entry.bIgnoreTime = stream.ignoreTime;
+    entry.inputProps = stream.InputProps();
     ScopedLock guard(stream.streamLock);
-    entry.inputProps = stream.pixels.inputProps;
     entry.rects.reserve(stream.pixels.rects.size());
     for (const MixBlock& block : stream.pixels.rects) {
         VM_MIXING_RECT rect{};

@@ -72,7 +72,8 @@ TEST(ObjectRoot, GoesWithItsLastReferenceOnce) {
         Ref<IUnknown> second = first.As<IUnknown>();
         Ref<Sink> third = std::move(first);
         EXPECT_FALSE(first);
-        third = third;
+        Ref<Sink>& itself = third;
+        third = itself;
         third.Reset();
         EXPECT_EQ(ends, 0);
         EXPECT_EQ(second->AddRef(), 2u);

@@ -2,15 +2,29 @@
 
 #include "frames/media_type_map.h"
 #include "graph/ds_enum.h"
+#include "support/temporary_directory.h"
 
 #include <qdvideomixer/create.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <utility>
 
 namespace qdvm::test {
 namespace {
+
+// Settings of the test's own, set before any thread starts: a stream reads them when it is made,
+// and the user's are none of a test's business.
+class OwnSettings {
+public:
+    OwnSettings() { (void)setenv("QDVM_SETTINGS_DIR", directory.Path().c_str(), 1); }
+
+private:
+    TemporaryDirectory directory;
+};
+
+const OwnSettings kOwnSettings;
 
 // The types that a fake pin offers, at the time of the call.
 class OfferedTypes {
@@ -128,11 +142,13 @@ HRESULT PinFilter::JoinFilterGraph(IFilterGraph* newGraph, LPCOLESTR) {
 HRESULT PinFilter::QueryVendorInfo(LPOLESTR*) { return E_NOTIMPL; }
 
 HRESULT FakePin::ConnectedTo(IPin** out) {
+    const std::lock_guard guard(connectionMutex);
     peer.CopyTo(out);
     return peer ? S_OK : VFW_E_NOT_CONNECTED;
 }
 
 HRESULT FakePin::ConnectionMediaType(AM_MEDIA_TYPE* out) {
+    const std::lock_guard guard(connectionMutex);
     return peer ? type.CopyTo(out) : VFW_E_NOT_CONNECTED;
 }
 
@@ -218,13 +234,14 @@ HRESULT FakeSource::SendPicture(BYTE value, REFERENCE_TIME start, REFERENCE_TIME
     return sample ? Send(sample.Get()) : VFW_E_NOT_COMMITTED;
 }
 
-void* FakeSource::FindOther(REFIID iid) {
-    if (iid != IID_IMediaSeeking || !seeking) return nullptr;
-    return seeking;
+HRESULT FakeSource::QueryInterface(REFIID iid, void** object) {
+    if (iid == IID_IMediaSeeking && seeking) return seeking->QueryInterface(iid, object);
+    return FakePin::QueryInterface(iid, object);
 }
 
 HRESULT FakeSink::ReceiveConnection(IPin* connector, const AM_MEDIA_TYPE* offered) {
     if (accepts && !accepts(*offered)) return VFW_E_TYPE_NOT_ACCEPTED;
+    const std::lock_guard guard(connectionMutex);
     (void)type.Assign(offered);
     peer = connector;
     ++connections;
@@ -232,6 +249,7 @@ HRESULT FakeSink::ReceiveConnection(IPin* connector, const AM_MEDIA_TYPE* offere
 }
 
 HRESULT FakeSink::Disconnect() {
+    const std::lock_guard guard(connectionMutex);
     if (!peer) return S_FALSE;
     allocator.Reset();
     peer.Reset();
@@ -338,6 +356,7 @@ HRESULT FakeSink::MemInput::GetAllocator(IMemAllocator** out) {
 }
 
 HRESULT FakeSink::MemInput::NotifyAllocator(IMemAllocator* offered, BOOL) {
+    const std::lock_guard guard(sink.connectionMutex);
     if (sink.notifyResult == S_OK) sink.allocator = offered;
     return sink.notifyResult;
 }

@@ -78,7 +78,8 @@ public:
     HRESULT EndFlush() override { return S_OK; }
     HRESULT NewSegment(REFERENCE_TIME, REFERENCE_TIME, double) override { return S_OK; }
 
-    // What EnumMediaTypes gives.
+    // What EnumMediaTypes gives. This and the rest is for the test to set and to look at while
+    // nobody else calls the pin.
     std::vector<MediaType> offeredTypes;
     MediaType type;  // of the connection, or the one to connect with
     Ref<IPin> peer;
@@ -89,6 +90,7 @@ protected:
     ~FakePin() override = default;
 
     const PIN_DIRECTION direction;
+    std::mutex connectionMutex;  // type, peer and the like
 };
 
 // Sends pictures. One thread at a time.
@@ -96,6 +98,8 @@ class FakeSource final : public FakePin {
 public:
     FakeSource() : FakePin(PINDIR_OUTPUT) {}
     explicit FakeSource(MediaType pinType) : FakePin(PINDIR_OUTPUT) { type = std::move(pinType); }
+
+    HRESULT QueryInterface(REFIID iid, void** object) override;
 
     // Connects with `type` or with the one given, and agrees on the receiver's own allocator.
     HRESULT Connect(IPin* receiver, const AM_MEDIA_TYPE* with) override;
@@ -118,11 +122,8 @@ public:
     Ref<IMemAllocator> allocator;
     ALLOCATOR_PROPERTIES actual{};
     LONG buffers = 4;
-    // What QueryInterface gives for IMediaSeeking; uncounted, null for none.
-    IMediaSeeking* seeking = nullptr;
-
-protected:
-    void* FindOther(REFIID iid) override;
+    // What QueryInterface gives for IMediaSeeking, null for none.
+    Ref<IMediaSeeking> seeking;
 };
 
 struct TakenFrame {
@@ -158,7 +159,7 @@ public:
     bool WaitForBlocked();
 
     std::function<bool(const AM_MEDIA_TYPE&)> accepts;  // null: every type
-    std::function<void(IMediaSample*)> onFrame;          // called by Receive, without a lock
+    std::function<void(IMediaSample*)> onFrame;         // called by Receive, without a lock
     bool keepsData = true;
     Ref<IMemAllocator> ownAllocator;  // what GetAllocator gives, if it is there
     HRESULT requirementsResult = E_NOTIMPL;
