@@ -18,6 +18,9 @@ struct VM_STREAM_STATUS {
     std::uint32_t nFramesReceived;  // frames stored
     std::uint32_t nFramesRepeated;  // output frames that showed a frame again
     std::uint32_t nFramesDropped;   // frames that fell between two slots of the output grid
+    // Number of the output frame that took the stream's last frame, less the slot of the stream's
+    // own grid that the frame filled: grows by the output frames that went by without the stream.
+    std::int64_t nGridLag;
 };
 
 // {C7C2E0B4-30E9-49D4-9F59-5B0B5D5B0A3E}

@@ -278,7 +278,7 @@ std::int64_t AvgTimePerFrameOf(const AM_MEDIA_TYPE& type) {
     // Both kinds of block have the field at the same place.
     std::int64_t time = 0;
     std::memcpy(&time, type.pbFormat + offsetof(VIDEOINFOHEADER, AvgTimePerFrame), sizeof(time));
-    return time;
+    return std::max<std::int64_t>(time, 0);
 }
 
 double FramesPerSecondOf(std::int64_t frameTime) {

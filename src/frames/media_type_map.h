@@ -56,7 +56,7 @@ HRESULT ConvertVideoMediaType(MediaType* type, const AM_MEDIA_TYPE& source, cons
                               std::int32_t fccType, std::int32_t interlaceFlags,
                               std::int32_t aspectX, std::int32_t aspectY);
 
-// 100 ns; 0 if the type doesn't tell.
+// 100 ns; 0 if the type doesn't tell or tells a negative time.
 std::int64_t AvgTimePerFrameOf(const AM_MEDIA_TYPE& type);
 
 // Frames per second of a frame time and back (100 ns, rounded to nearest); 0 for 0 and below.

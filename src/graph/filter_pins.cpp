@@ -123,6 +123,12 @@ void CCoQDVideoMixer::RemoveInputPins(std::uint32_t leavingPin) {
         static_cast<CCoQDVideoMixerIn*>(stream.Get())->LeaveFilter();
 }
 
+bool CCoQDVideoMixer::HasConnectedInput() const {
+    SharedLockGuard pins(pinsLock, Mode::kShared);
+    return std::any_of(inputs.begin(), inputs.end(),
+                       [](const Ref<InputStream>& input) { return input->IsConnected(); });
+}
+
 HRESULT CCoQDVideoMixer::GetPin(ULONG index, IPin** pin) const {
     SharedLockGuard pins(pinsLock, Mode::kShared);
     *pin = nullptr;

@@ -67,6 +67,8 @@ HRESULT CCoQDVideoMixerIn::ConnectStopped(CCoQDVideoMixer& mixer, IPin& connecto
                                           const AM_MEDIA_TYPE& type) {
     if (HasPeer()) return VFW_E_ALREADY_CONNECTED;
     if (!mixer.CheckPinType(pinId, type)) return VFW_E_TYPE_NOT_ACCEPTED;
+    // What a neighbour of before left open, or a stranger began on the free pin.
+    flushing = false;
     return TakeConnection(mixer, connector, type);
 }
 
@@ -122,7 +124,9 @@ HRESULT CCoQDVideoMixerIn::Disconnect() {
     }
     // Others are called, and the graph told to reconnect the output, with no lock held.
     if (oldAllocator) (void)oldAllocator->Decommit();
-    (void)mixer->BuildOutputFormat(true);
+    // After the last input the format stays, so that one source can be exchanged for another
+    // without the receiver being thrown back to a default in between.
+    if (mixer->HasConnectedInput()) (void)mixer->BuildOutputFormat(true);
     return S_OK;
 }
 

@@ -154,6 +154,7 @@ HRESULT CMediaSample::CheckProperties(DWORD bytes, const AM_SAMPLE2_PROPERTIES& 
         if (bytes < kThroughStop && wantsStart && (flags & AM_SAMPLE_STOPVALID) == 0)
             return E_INVALIDARG;
     }
+    if (bytes >= kThroughActual && (given.lActual < 0 || given.lActual > size)) return E_INVALIDARG;
     if (bytes >= kThroughBuffer && given.pbBuffer && given.pbBuffer != buffer) return E_INVALIDARG;
     if (bytes >= kThroughBufferSize) {
         if (given.cbBuffer != 0 && given.cbBuffer != size) return E_INVALIDARG;

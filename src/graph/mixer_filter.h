@@ -74,6 +74,8 @@ public:
     // disconnected, and stays. Needs filterLock.
     void RemoveInputPins(std::uint32_t leavingPin);
 
+    bool HasConnectedInput() const;
+
     // Keeps the present layout for CompleteInputConnection.
     void TakeSnapshot();
 

@@ -37,7 +37,10 @@ void Background::Paint(BYTE* frame, const PIC_PROPS& outProps) {
                                nullptr, 255);
             alpha = RoundToInt32(255.0 * fadeDone / fadeFrames);
         }
-        (void)Img_FillRect(frame, &outProps, static_cast<std::uint32_t>(colour), nullptr, alpha);
+        // At 0 a fill would take a step off every sample, and the fade begins with the old colour.
+        if (alpha != 0)
+            (void)Img_FillRect(frame, &outProps, static_cast<std::uint32_t>(colour), nullptr,
+                               alpha);
     }
     if (previousKind == eVMB_None) return;
     if (++fadeDone >= fadeFrames) previousKind = eVMB_None;

@@ -69,7 +69,8 @@ HRESULT MixerCore::GetStreamStatus(LONG _nStreamNo, VM_STREAM_STATUS* _pStatus) 
                  received == 0 ? 1 : 0,
                  received,
                  stream->framesRepeated,
-                 stream->framesDropped};
+                 stream->framesDropped,
+                 stream->gridLag};
     return S_OK;
 }
 

@@ -7,6 +7,7 @@
 #include "platform/ticks.h"
 #include "platform/trace.h"
 
+#include <algorithm>
 #include <optional>
 #include <utility>
 
@@ -53,7 +54,7 @@ HRESULT InputStream::ApplyMediaType(const MediaType* type) {
         ScopedLock guard(streamLock);
         inputProps = props;
         mediaType = std::move(copy);
-        if (props.picProps.fccType == 0) lostPicture.Clear();
+        lostPicture.Clear();  // of the old format
     }
     frameTime = duration;
     if (Failed(result) || !type) return result;
@@ -65,40 +66,45 @@ HRESULT InputStream::ApplyMediaType(const MediaType* type) {
 void InputStream::ResetStream() {
     ScopedLock guard(streamLock);
     gridSlot = 0;
+    gridLag = 0;
     lastFrameStart = kUnknownTime;
     framesReceived = 0;
     framesDropped = 0;
     framesRepeated = 0;
     clockOffset = kUnknownTime;
     endOfStream = false;
+    RestartWait();
     freeEvent.Set();
     freeEventOpen = true;
 }
 
 void InputStream::FlushStream() {
+    MediaFrame dropped;  // goes back to its allocator with the lock free
+    ScopedLock guard(streamLock);
+    ++flushCount;
+    readyEvent.Clear();
     freeEvent.Set();
-    {
-        MediaFrame dropped;  // goes back to its allocator with the lock free
-        ScopedLock guard(streamLock);
-        ++flushCount;
-        readyEvent.Clear();
-        pacingEvent.Set();
-        dropped = std::exchange(currentFrame, MediaFrame());
-        frameWaits = false;
-    }
+    pacingEvent.Set();
+    dropped = std::exchange(currentFrame, MediaFrame());
+    frameWaits = false;
     endOfStream = false;
     newFrame = true;
+    // What comes after a flush starts its times anew.
+    clockOffset = kUnknownTime;
 }
 
 void InputStream::StopStream() {
+    {
+        // First of all, so that nothing is stored behind the flush.
+        ScopedLock guard(streamLock);
+        freeEventOpen = false;
+    }
     FlushStream();
-    newFrame = false;
     ScopedLock guard(streamLock);
+    newFrame = false;
     framesReceived = 0;
-    clockOffset = kUnknownTime;
     gridSlot = 0;
     lastFrameStart = kUnknownTime;
-    freeEventOpen = false;
 }
 
 void InputStream::EndStream() {
@@ -112,8 +118,11 @@ void InputStream::EndStream() {
 void InputStream::RestartWait() {
     const std::int64_t known = frameTime;
     const std::int64_t duration = known > 0 ? known : kDefaultFrameTime;
-    waitLeftMs = RoundToInt32(static_cast<double>(maxWaitFrames) * static_cast<double>(duration) /
-                              kTimeUnitsPerMs);
+    const std::int32_t frames = maxWaitFrames;
+    const std::int32_t wait =
+        RoundToInt32(frames * static_cast<double>(duration) / kTimeUnitsPerMs);
+    // 0 stands for a stream that is waited for without end.
+    waitLeftMs = frames > 0 ? std::max(wait, 1) : 0;
 }
 
 HRESULT InputStream::MarkStreamLost(bool lostNow, std::int32_t maxWait, const eVM_LostShow* show) {
@@ -180,6 +189,13 @@ void InputStream::ReleaseFrame() {
     frameWaits = false;
     if (!endOfStream && !lost) readyEvent.Clear();
     freeEvent.Set();
+}
+
+bool InputStream::CloseIfFadedOut() {
+    if (!hidePending || !pixels.rects.empty()) return false;
+    enabled = false;
+    hidePending = false;
+    return true;
 }
 
 }  // namespace qdvm

@@ -65,14 +65,18 @@ public:
     void RestartWait();
 
     // What PutFrame stores: the frame, or the sign that the held one is to be shown again. False if
-    // the stream was flushed or stopped since `flushesSeen` was read from flushCount, or the frame
-    // belongs to neither.
+    // the stream was flushed or stopped since `flushesSeen` was read from flushCount, or is
+    // stopped.
     bool StoreFrame(const MediaFrame& frame, std::uint32_t flushesSeen);
 
     // The mixer has taken the stream's frame: a new one may come. Needs streamLock.
     void ReleaseFrame();
 
-    // Connected, switched on and not fading out.
+    // Ends a stream that was fading out when its last rect has gone; true if it did. Needs
+    // streamLock.
+    bool CloseIfFadedOut();
+
+    // Switched on and not fading out.
     bool IsShown() const { return enabled && !hidePending; }
 
     VM_VIDEO_PROPS InputProps() const;
@@ -89,6 +93,7 @@ public:
     std::atomic<std::int32_t> framesReceived{0};
     std::atomic<std::uint32_t> lastReceiveTick{0};  // ms
     std::atomic<std::int64_t> gridSlot{0};
+    std::atomic<std::int64_t> gridLag{0};  // output frame less slot of the frame taken last
     std::atomic<std::int64_t> lastFrameStart{kUnknownTime};
     std::atomic<bool> ignoreTime{false};
     std::atomic<bool> keepRate{false};
@@ -112,8 +117,10 @@ public:
 
     StreamPixels pixels;  // streamLock; rects also under mixLock
 
-    Event readyEvent{Event::Reset::Manual};      // something for the next output frame
-    Event freeEvent{Event::Reset::Manual};       // the frame has been taken, a new one may come
+    Event readyEvent{Event::Reset::Manual};  // something for the next output frame
+    // The frame has been taken, a new one may come. Set from the start, so that a stream that joins
+    // between two starts holds nobody.
+    Event freeEvent{Event::Reset::Manual, true};
     Event pacingEvent{Event::Reset::Automatic};  // wakes a thread held by keepRate
     std::atomic<bool> freeEventOpen{false};      // between pause and stop; streamLock to change
     std::atomic<std::uint32_t> flushCount{0};    // a frame from before a flush must not be stored

@@ -3,6 +3,7 @@
 #include "frames/format_table.h"
 #include "mixer/mixer_core.h"
 #include "mixer/rect_change.h"
+#include "mixer/time_math.h"
 #include "pixels/img_fill.h"
 #include "platform/ticks.h"
 #include "platform/trace.h"
@@ -34,24 +35,9 @@ HRESULT MixerCore::MixFrame(const MediaFrame& inFrame, bool allLost) {
     if (!sample) return E_UNEXPECTED;
     result = output.AdoptSampleType(sample);
     if (Failed(result)) return result;
-    BYTE* memory = nullptr;
-    result = sample.GetPointer(&memory);
-    if (Failed(result) || !memory) return Failed(result) ? result : E_POINTER;
-
-    const VM_VIDEO_PROPS outProps = output.OutputProps();
-    result = mixBuffer.Resize(FrameBytes(outProps.picProps));
-    if (Failed(result)) return result;
     HRESULT lastStream = S_OK;
-    {
-        SharedLockGuard pins(pinsLock, SharedLockGuard::Mode::kShared);
-        SharedLockGuard mix(mixLock, SharedLockGuard::Mode::kShared);
-        lastStream = ComposeFrame(mixBuffer.At(0), outProps);
-        const std::uint32_t room = static_cast<std::uint32_t>(std::max(sample.Size(), LONG{0}));
-        if (mixBuffer.Used() != 0)
-            std::memcpy(memory, mixBuffer.At(0), std::min(room, mixBuffer.Used()));
-        StampFrame(sample, inFrame, static_cast<LONG>(std::min(room, mixBuffer.Used())));
-        ++framesMixed;
-    }
+    result = FillSample(sample, inFrame, &lastStream);
+    if (Failed(result)) return result;
     KeepLastFrame(sample);
     if (allLost && !inFrame) PaceLostFrame(sample);
     if (inFrame) {
@@ -67,6 +53,28 @@ HRESULT MixerCore::MixFrame(const MediaFrame& inFrame, bool allLost) {
     }
     lastOutputTick = TickCountMs();
     ++framesDelivered;
+    return S_OK;
+}
+
+// The finished picture with its stamps. *lastStream: the result of the last stream that was asked.
+HRESULT MixerCore::FillSample(const MediaFrame& sample, const MediaFrame& inFrame,
+                              HRESULT* lastStream) {
+    BYTE* memory = nullptr;
+    HRESULT result = sample.GetPointer(&memory);
+    if (Failed(result) || !memory) return Failed(result) ? result : E_POINTER;
+
+    SharedLockGuard pins(pinsLock, SharedLockGuard::Mode::kShared);
+    SharedLockGuard mix(mixLock, SharedLockGuard::Mode::kShared);
+    ScopedLock guard(composeLock);
+    const VM_VIDEO_PROPS outProps = outputStage->OutputProps();
+    result = mixBuffer.Resize(FrameBytes(outProps.picProps));
+    if (Failed(result)) return result;
+    *lastStream = ComposeFrame(mixBuffer.At(0), outProps);
+    const std::uint32_t room = static_cast<std::uint32_t>(std::max(sample.Size(), LONG{0}));
+    const std::uint32_t length = std::min(room, mixBuffer.Used());
+    if (length != 0) std::memcpy(memory, mixBuffer.At(0), length);
+    StampFrame(sample, inFrame, static_cast<LONG>(length));
+    ++framesMixed;
     return S_OK;
 }
 
@@ -101,8 +109,8 @@ void MixerCore::StampFrame(const MediaFrame& sample, const MediaFrame& inFrame, 
     }
     auto number = static_cast<std::int64_t>(framesMixed.load());
     const std::int64_t period = outputFrameTime;
-    start = state == PlayState::kPaused ? 0 : number * period + timeBase;
-    stop = start + period;
+    start = state == PlayState::kPaused ? 0 : AddTimes(TimesPeriod(number, period), timeBase);
+    stop = AddTimes(start, period);
     (void)sample.SetTime(&start, &stop);
     (void)sample.SetSyncPoint(true);
     (void)sample.SetPreroll(false);
@@ -125,11 +133,12 @@ void MixerCore::PaceLostFrame(const MediaFrame& sample) {
     std::int64_t stop = 0;
     if (!clock || Failed(sample.GetTime(&start, &stop))) return;
     const std::int64_t base = startTime;
-    if (stop - kPacingLead <= clock.Now() - base) return;
+    const std::int64_t due = SubtractTimes(stop, kPacingLead);
+    if (due <= SubtractTimes(clock.Now(), base)) return;
     lostPacingEvent.Clear();
     if (!runMixThread) return;  // a stop wakes by the event that was just cleared
     std::uintptr_t cookie = 0;
-    if (Failed(clock.Advise(base, stop - kPacingLead, lostPacingEvent, &cookie))) return;
+    if (Failed(clock.Advise(base, due, lostPacingEvent, &cookie))) return;
     (void)lostPacingEvent.WaitFor(kLongestPacingWaitMs);
     // When the time ran out first the request is still open.
     (void)clock.Unadvise(cookie);
@@ -150,10 +159,7 @@ public:
         const bool isOver = StepChange(rect);
         if (isOver && rect.removing) {
             rects.erase(rects.begin() + static_cast<std::ptrdiff_t>(index));
-            if (!rects.empty() || !stream.hidePending) return Outcome::kErased;
-            stream.enabled = false;
-            stream.hidePending = false;
-            return Outcome::kStreamClosed;
+            return stream.CloseIfFadedOut() ? Outcome::kStreamClosed : Outcome::kErased;
         }
         (void)UpdateProjection(rect, inProps, outProps);
         return Outcome::kShow;
@@ -207,6 +213,10 @@ HRESULT DrawStream(InputStream& stream, BYTE* target, const VM_VIDEO_PROPS& outP
 HRESULT MixerCore::MixStream(InputStream& stream, BYTE* target, const VM_VIDEO_PROPS& outProps) {
     ScopedLock guard(stream.streamLock);
     const HRESULT result = DrawStream(stream, target, outProps);
+    std::int64_t slot = 0;
+    std::int64_t nextSlot = 0;
+    if (stream.frameWaits && Succeeded(stream.currentFrame.GetMediaTime(&slot, &nextSlot)))
+        stream.gridLag = static_cast<std::int64_t>(framesMixed.load()) - slot;
     stream.ReleaseFrame();
     return result;
 }

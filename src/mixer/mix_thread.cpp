@@ -12,6 +12,10 @@ namespace {
 // Pause between two signals of the end, ms.
 constexpr std::uint32_t kEndOfStreamPauseMs = 20;
 
+// Pause after a frame that could not be made, ms: the streams stay ready, so nothing else holds the
+// thread back.
+constexpr std::uint32_t kFailedFramePauseMs = 10;
+
 // The wait for the streams is looked after at least this often, ms, so that a change of state or of
 // a stream's wait is noticed.
 constexpr std::int32_t kWaitSliceMs = 100;
@@ -38,11 +42,12 @@ void MixerCore::MixLoop() {
     while (runMixThread) {
         const std::int32_t minLeft = ShortestWait();
         const std::int32_t slice = std::min(minLeft, kWaitSliceMs);
+        const bool wasRunning = state == PlayState::kRunning;
         const bool allReady = WaitAll(readyEvents, static_cast<std::uint32_t>(slice));
         if (!runMixThread) return;
         if (allReady)
             MixRound();
-        else if (state == PlayState::kRunning &&
+        else if (wasRunning && state == PlayState::kRunning &&
                  minLeft != std::numeric_limits<std::int32_t>::max())
             AccountWait(slice);
     }
@@ -75,7 +80,7 @@ void MixerCore::MixRound() {
         }
     }
     if (!ended) {
-        (void)MixFrame(MediaFrame(), allLost);
+        if (Failed(MixFrame(MediaFrame(), allLost))) (void)stopEvent.WaitFor(kFailedFramePauseMs);
         return;
     }
     outputStage->PutOutput(MediaFrame());
@@ -87,7 +92,9 @@ void MixerCore::AccountWait(std::int32_t milliseconds) {
     SharedLockGuard pins(pinsLock, SharedLockGuard::Mode::kShared);
     for (const Ref<InputStream>& stream : inputs) {
         if (!stream->IsConnected()) continue;
-        if (stream->readyEvent.IsSet()) {
+        // A frame that comes at this moment is in time, or comes to a lost stream.
+        ScopedLock guard(stream->streamLock);
+        if (stream->readyEvent.IsSet() || stream->frameWaits) {
             stream->RestartWait();
             continue;
         }

@@ -160,13 +160,19 @@ protected:
 
 private:
     // receive, put_frame
-    HRESULT SubmitFrame(std::uint32_t pinId, const MediaFrame& frame);
+    // flushesSeen: the stream's flushCount when the frame came.
+    struct TimeSpan {
+        std::int64_t start;
+        std::int64_t stop;
+    };
+    HRESULT SubmitFrame(std::uint32_t pinId, const MediaFrame& frame, std::uint32_t flushesSeen);
     HRESULT RetimeFrame(InputStream& stream, std::uint32_t pinId, const MediaFrame& frame,
-                        std::int64_t start, std::int64_t stop);
-    void PutFrame(InputStream& stream, const MediaFrame& frame);
-    HRESULT PaceFrame(InputStream& stream, const MediaFrame& frame);
+                        TimeSpan time, std::uint32_t flushesSeen);
+    void PutFrame(InputStream& stream, const MediaFrame& frame, std::uint32_t flushesSeen);
+    HRESULT PaceFrame(InputStream& stream, const MediaFrame& frame, std::uint32_t flushesSeen);
 
     // mix_frame
+    HRESULT FillSample(const MediaFrame& sample, const MediaFrame& inFrame, HRESULT* lastStream);
     HRESULT ComposeFrame(BYTE* target, const VM_VIDEO_PROPS& outProps);
     HRESULT MixStream(InputStream& stream, BYTE* target, const VM_VIDEO_PROPS& outProps);
     void StampFrame(const MediaFrame& sample, const MediaFrame& inFrame, LONG length);
@@ -193,7 +199,10 @@ private:
 
     std::atomic<PlayState> state{PlayState::kStopped};
     std::atomic<std::int64_t> startTime{0};
-    CBLOBHolder<CVirtualAlloc> mixBuffer;  // the composing thread
+    // Held while a frame is composed: with a change of the master an old one may still be under
+    // way. Taken with mixLock held, before any streamLock.
+    CriticalSection composeLock;
+    CBLOBHolder<CVirtualAlloc> mixBuffer QDVM_GUARDED_BY(composeLock);
     CriticalSection captureLock{LockRank::Leaf, this};
     MediaFrame lastFrame QDVM_GUARDED_BY(captureLock);
     std::vector<Event*> readyEvents;  // fixed while not stopped

@@ -1,6 +1,7 @@
 // A frame on its way into a stream: the wait for its turn, the store, and what it sets off.
 
 #include "mixer/mixer_core.h"
+#include "mixer/time_math.h"
 #include "platform/trace.h"
 
 namespace qdvm {
@@ -14,22 +15,22 @@ constexpr std::int64_t kPacingLead = 200000;
 
 }  // namespace
 
-HRESULT MixerCore::SubmitFrame(std::uint32_t pinId, const MediaFrame& frame) {
+HRESULT MixerCore::SubmitFrame(std::uint32_t pinId, const MediaFrame& frame,
+                               std::uint32_t flushesSeen) {
     if (state == PlayState::kStopped) return VFW_E_NOT_RUNNING;
     if (pinId >= inputs.size()) return E_UNEXPECTED;
     Trace("[QDVideoMixer IN (Corrected) Pin:%02u] ", pinId);
     InputStream& stream = *inputs[pinId];
-    PutFrame(stream, frame);
+    PutFrame(stream, frame, flushesSeen);
     if (!frame) return S_OK;
     if (static_cast<std::int32_t>(pinId) == masterStream) {
         (void)MixFrame(frame, false);
         return S_OK;
     }
-    return stream.keepRate ? PaceFrame(stream, frame) : S_OK;
+    return stream.keepRate ? PaceFrame(stream, frame, flushesSeen) : S_OK;
 }
 
-void MixerCore::PutFrame(InputStream& stream, const MediaFrame& frame) {
-    const std::uint32_t flushesSeen = stream.flushCount;
+void MixerCore::PutFrame(InputStream& stream, const MediaFrame& frame, std::uint32_t flushesSeen) {
     stream.RestartWait();
     stream.lost = false;
     // The only place that holds an input back. After the time-out the frame goes in all the same.
@@ -50,18 +51,23 @@ void MixerCore::PutFrame(InputStream& stream, const MediaFrame& frame) {
     stream.readyEvent.Set();
 }
 
-HRESULT MixerCore::PaceFrame(InputStream& stream, const MediaFrame& frame) {
+HRESULT MixerCore::PaceFrame(InputStream& stream, const MediaFrame& frame,
+                             std::uint32_t flushesSeen) {
     const ClockHandle clock = Clock();
     if (state != PlayState::kRunning || !clock) return S_OK;
     std::int64_t start = 0;
     std::int64_t stop = 0;
     if (Failed(frame.GetTime(&start, &stop))) return S_OK;
     const std::int64_t now = clock.Now();
-    if (stream.clockOffset == kUnknownTime) stream.clockOffset = now - start;
+    // A flush with nobody waiting leaves the event set; one from here on wakes.
+    stream.pacingEvent.Clear();
+    if (stream.flushCount != flushesSeen) return S_OK;
+    if (stream.clockOffset == kUnknownTime) stream.clockOffset = SubtractTimes(now, start);
     const std::int64_t offset = stream.clockOffset;
-    if (start - kPacingLead <= now - offset) return S_OK;
+    const std::int64_t due = SubtractTimes(start, kPacingLead);
+    if (due <= SubtractTimes(now, offset)) return S_OK;
     std::uintptr_t cookie = 0;
-    const HRESULT result = clock.Advise(offset, start - kPacingLead, stream.pacingEvent, &cookie);
+    const HRESULT result = clock.Advise(offset, due, stream.pacingEvent, &cookie);
     if (Failed(result)) return result;
     stream.pacingEvent.Wait();
     // Woken by a flush or stop the request is still open.

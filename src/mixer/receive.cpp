@@ -1,10 +1,11 @@
 // A frame on its way in: which slots of the output grid it fills.
 
 #include "mixer/mixer_core.h"
+#include "mixer/time_math.h"
 #include "platform/trace.h"
 
-#include <algorithm>
 #include <atomic>
+#include <limits>
 
 namespace qdvm {
 namespace {
@@ -21,24 +22,28 @@ FrameTimes TimesOf(const MediaFrame& frame) {
     const HRESULT result = frame.GetTime(&times.start, &times.stop);
     times.hasStart = Succeeded(result);
     times.hasStop = result == S_OK;
-    if (!times.hasStop) times.stop = times.start + 1;
+    if (!times.hasStop) times.stop = AddTimes(times.start, 1);
     return times;
 }
 
 // Learns how long the stream's frames are, from the first one that tells, or from two starts.
 void MeasureFrameTime(InputStream& stream, const FrameTimes& times) {
     const std::int64_t last = stream.lastFrameStart;
-    if (times.hasStop && times.stop != times.start + 1)
-        stream.frameTime = times.stop - times.start;
+    std::int64_t measured = 0;
+    if (times.hasStop && times.stop != AddTimes(times.start, 1))
+        measured = SubtractTimes(times.stop, times.start);
     else if (last != kUnknownTime)
-        stream.frameTime = std::max<std::int64_t>(times.start - last, 0);
+        measured = SubtractTimes(times.start, last);
+    if (measured > 0) stream.frameTime = measured;
 }
 
 // Whether the output grid is known, learning its period from the stream where it is not. The grid
 // starts at 0 with the stream's first frame.
 bool FindGrid(InputStream& stream, std::atomic<std::int64_t>& period, const FrameTimes& times) {
     if (stream.frameTime == 0) MeasureFrameTime(stream, times);
-    if (period < 1) period = stream.frameTime.load();
+    // Of two streams that tell at once one sets the period for both.
+    std::int64_t known = period;
+    if (known < 1) (void)period.compare_exchange_strong(known, stream.frameTime);
     if (period < 1) return false;
     if (stream.lastFrameStart == kUnknownTime) stream.gridSlot = 0;
     return true;
@@ -57,46 +62,52 @@ HRESULT MixerCore::ReceiveFrame(std::uint32_t pinId, const MediaFrame& frame) {
     if (!frame) return E_POINTER;
     Trace("[QDVideoMixer IN Pin:%u]", pinId);
     InputStream& stream = *inputs[pinId];
+    const std::uint32_t flushesSeen = stream.flushCount;
     if (frame.ActualLength() != 0) stream.hasData = true;
     const FrameTimes times = TimesOf(frame);
-    if (masterStream >= 0 || stream.ignoreTime || !times.hasStart) return SubmitFrame(pinId, frame);
+    if (masterStream >= 0 || stream.ignoreTime || !times.hasStart)
+        return SubmitFrame(pinId, frame, flushesSeen);
     if (!FindGrid(stream, outputFrameTime, times)) {
-        const HRESULT result = SubmitFrame(pinId, frame);
+        const HRESULT result = SubmitFrame(pinId, frame, flushesSeen);
         stream.lastFrameStart = times.start;
         return result;
     }
-    const HRESULT result = RetimeFrame(stream, pinId, frame, times.start, times.stop);
+    const HRESULT result =
+        RetimeFrame(stream, pinId, frame, {times.start, times.stop}, flushesSeen);
     if (Failed(result)) return result;
     stream.lastFrameStart = times.start;
     return S_OK;
 }
 
 HRESULT MixerCore::RetimeFrame(InputStream& stream, std::uint32_t pinId, const MediaFrame& frame,
-                               std::int64_t start, std::int64_t stop) {
-    const std::uint32_t flushesSeen = stream.flushCount;
+                               TimeSpan time, std::uint32_t flushesSeen) {
     const std::int64_t period = outputFrameTime;
+    // A new segment may have begun meanwhile, which counts from its own start.
+    const auto goTo = [&](std::int64_t from, std::int64_t to) {
+        if (stream.flushCount == flushesSeen) stream.gridSlot.compare_exchange_strong(from, to);
+    };
     // A frame from before a flush fills no slot of after it.
     while (state != PlayState::kStopped && stream.flushCount == flushesSeen) {
         std::int64_t slot = stream.gridSlot;
-        std::int64_t slotStart = slot * period;
-        std::int64_t slotEnd = slotStart + period;
-        if (stop <= slotStart) {
+        std::int64_t slotStart = TimesPeriod(slot, period);
+        std::int64_t slotEnd = AddTimes(slotStart, period);
+        if (time.stop <= slotStart) {
             ++stream.framesDropped;
             return S_OK;
         }
-        if (start < slotEnd) {
+        if (time.start < slotEnd || slotEnd == std::numeric_limits<std::int64_t>::max()) {
             (void)frame.SetTime(&slotStart, &slotEnd);
             std::int64_t nextSlot = slot + 1;
             (void)frame.SetMediaTime(&slot, &nextSlot);
-            const HRESULT result = SubmitFrame(pinId, frame);
+            const HRESULT result = SubmitFrame(pinId, frame, flushesSeen);
             if (Failed(result)) return result;
-            stream.gridSlot.compare_exchange_strong(slot, slot + 1);
+            goTo(slot, nextSlot);
             return S_OK;
         }
-        (void)SubmitFrame(pinId, MediaFrame());
+        (void)SubmitFrame(pinId, MediaFrame(), flushesSeen);
         // Ticks that count for nothing are taken at once, however late the first frame is.
         const bool countsForNothing = !HoldsFrame(stream) && stream.settings.syncStart <= 1;
-        stream.gridSlot.compare_exchange_strong(slot, countsForNothing ? start / period : slot + 1);
+        goTo(slot, countsForNothing ? time.start / period : slot + 1);
     }
     return S_OK;
 }

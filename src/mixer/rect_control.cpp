@@ -95,6 +95,7 @@ HRESULT MixerCore::RemoveRectLocked(InputStream& stream, LONG rectNo, std::int32
     std::vector<MixBlock>& rects = stream.pixels.rects;
     if (rectNo < 0) {
         rects.clear();
+        (void)stream.CloseIfFadedOut();
         return S_OK;
     }
     if (!IsRect(stream, rectNo)) return E_INVALIDARG;
@@ -104,10 +105,7 @@ HRESULT MixerCore::RemoveRectLocked(InputStream& stream, LONG rectNo, std::int32
         return S_OK;
     }
     rects.erase(rects.begin() + rectNo);
-    if (rects.empty() && stream.hidePending) {
-        stream.enabled = false;
-        stream.hidePending = false;
-    }
+    (void)stream.CloseIfFadedOut();
     return S_OK;
 }
 
@@ -189,8 +187,7 @@ HRESULT MixerCore::RemoveAllRects(LONG _nStreamNo) {
     if (_nStreamNo >= 0 && !FindStream(_nStreamNo)) return E_INVALIDARG;
     for (std::size_t i = 0; i < inputs.size(); ++i) {
         if (_nStreamNo >= 0 && i != static_cast<std::size_t>(_nStreamNo)) continue;
-        ScopedLock guard(inputs[i]->streamLock);
-        inputs[i]->pixels.rects.clear();
+        (void)RemoveRectLocked(*inputs[i], -1, 0);
     }
     dirty = true;
     return S_OK;

@@ -1,6 +1,7 @@
 // What the filter's states mean for the engine.
 
 #include "mixer/mixer_core.h"
+#include "mixer/time_math.h"
 #include "platform/ticks.h"
 
 #include <utility>
@@ -47,7 +48,9 @@ void MixerCore::ShowWhole(InputStream& stream) {
     stream.enabled = true;
     stream.hidePending = false;
     SharedLockGuard mix(mixLock, SharedLockGuard::Mode::kExclusive);
-    if (stream.pixels.rects.empty()) (void)SetRectLocked(stream, nullptr, nullptr, 0);
+    if (!stream.pixels.rects.empty()) return;
+    (void)SetRectLocked(stream, nullptr, nullptr, 0);
+    dirty = true;
 }
 
 void MixerCore::GoRunning(std::int64_t startTimeGiven) {
@@ -55,8 +58,9 @@ void MixerCore::GoRunning(std::int64_t startTimeGiven) {
     {
         // Between two frames: one composed before is counted, one composed after is stamped by it.
         SharedLockGuard mix(mixLock, SharedLockGuard::Mode::kExclusive);
-        timeBase = (now - startTimeGiven) -
-                   static_cast<std::int64_t>(framesMixed.load()) * outputFrameTime;
+        const auto mixed = static_cast<std::int64_t>(framesMixed.load());
+        timeBase =
+            SubtractTimes(SubtractTimes(now, startTimeGiven), TimesPeriod(mixed, outputFrameTime));
         SetState(PlayState::kRunning, startTimeGiven);
     }
     outputStage->FlushOutputQueue();

@@ -258,6 +258,15 @@ TEST(MediaTypeMap, FrameRatesRoundToNearest) {
     EXPECT_EQ(FramesPerSecondOf(0), 0.0);
 }
 
+TEST(MediaTypeMap, ANegativeFrameTimeTellsNothing) {
+    MediaType type;
+    ASSERT_EQ(BuildVideoMediaType(&type, kFccYUY2, FORMAT_VideoInfo, 64, 32, 0, false), S_OK);
+    type.VideoInfo()->AvgTimePerFrame = 400000;
+    EXPECT_EQ(AvgTimePerFrameOf(*type), 400000);
+    type.VideoInfo()->AvgTimePerFrame = -400000;
+    EXPECT_EQ(AvgTimePerFrameOf(*type), 0);
+}
+
 TEST(MediaTypeMap, FindsCommonDivisors) {
     constexpr std::int64_t kMin = std::numeric_limits<std::int64_t>::min();
     EXPECT_EQ(GreatestCommonDivisor(0, 0), 1);

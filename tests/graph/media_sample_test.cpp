@@ -159,6 +159,9 @@ TEST_F(MediaSampleTest, RecordIsRefusedWhole) {
     EXPECT_TRUE(refuses([&](auto& p) { p.pbBuffer = &other; }));
     EXPECT_TRUE(refuses([](auto& p) { p.cbBuffer = kBytes - 1; }));
     EXPECT_TRUE(refuses([](auto& p) { p.lActual = kBytes + 1; }));
+    // Also where the record ends before the buffer's size.
+    EXPECT_TRUE(refuses([](auto& p) { p.lActual = kBytes + 1; }, 16));
+    EXPECT_TRUE(refuses([](auto& p) { p.lActual = -1; }));
     EXPECT_TRUE(refuses([](auto& p) { p.cbData = 65; }, 65));
     EXPECT_EQ(sample->SetProperties(8, nullptr), E_POINTER);
     EXPECT_EQ(sample->SetProperties(7, nullptr), S_OK);

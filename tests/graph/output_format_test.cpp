@@ -237,6 +237,16 @@ TEST_F(ReconnectionTest, AnInputThatLeavesChangesTheConnection) {
     EXPECT_EQ(PictureOf(sink->type).nWidth, 800);
 }
 
+TEST_F(ReconnectionTest, TheOnlySourceCanBeExchanged) {
+    EXPECT_EQ(mixer.In(0)->Disconnect(), S_OK);
+    EXPECT_EQ(sink->connections, 1);
+    EXPECT_EQ(PictureOf(Current()).nWidth, 640);
+    Connect(0, VideoType(kFccYUY2, 320, 240));
+    EXPECT_EQ(sink->connections, 1);
+    EXPECT_EQ(PictureOf(sink->type).fccType, kFccRGB32);
+    EXPECT_EQ(PictureOf(sink->type).nWidth, 640);
+}
+
 TEST_F(ReconnectionTest, TheMasterStreamsRateReachesTheConnection) {
     Connect(1, VideoType(kFccRGB32, 64, 32, 200000));
     EXPECT_EQ(AvgTimePerFrameOf(*sink->type), 400000);

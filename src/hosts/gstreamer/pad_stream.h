@@ -1,0 +1,105 @@
+#pragma once
+
+// One sink pad as the session sees it.
+
+#include "hosts/gstreamer/caps_map.h"
+#include "hosts/gstreamer/upstream_pin.h"
+#include "hosts/gstreamer/wrapped_sample.h"
+#include "platform/ref.h"
+
+#include <qdvideomixer/video_mixer.h>
+
+#include <gst/gst.h>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+namespace qdvm {
+
+// What a user sets on a pad.
+struct PadSettings {
+    int x = 0;  // pixels of the output
+    int y = 0;
+    int width = 0;  // 0: as large as what is shown of the stream
+    int height = 0;
+    int cropLeft = 0;  // pixels of the stream
+    int cropTop = 0;
+    int cropRight = 0;
+    int cropBottom = 0;
+    double alpha = 1.0;
+    bool isVisible = true;
+    bool loops = false;
+    bool stopsAll = false;
+    bool ignoresTime = false;
+    bool keepsRate = false;
+    int maxWait = 8;  // frames
+    eVM_LostShow lostShow = eVMLS_Last;
+};
+
+enum class PadHealth { kWaiting, kLive, kStalled, kLost, kEnded };
+
+struct PadCounts {
+    guint64 in = 0;
+    guint64 repeated = 0;
+    guint64 dropped = 0;
+};
+
+// Running times in ns.
+struct FrameSpan {
+    GstClockTimeDiff start = 0;
+    GstClockTimeDiff stop = 0;
+};
+
+// A frame in a buffer that is kept, in the layout of the type that the filter knows.
+struct HeldFrame {
+    GstBuffer* buffer = nullptr;  // counted
+    gsize offset = 0;             // bytes
+    gsize length = 0;
+};
+
+// A plain record. All but the constant members are guarded by the session's mutex; format, segment
+// and lastType are changed by the pad's streaming thread only, which reads them freely.
+struct PadStream {
+    PadStream(GstPad* sinkPad, guint padNumber)
+        : pad(sinkPad), number(padNumber), pin(MakeObject<UpstreamPin>(sinkPad)) {}
+
+    GstPad* const pad;   // not counted: the stream goes before its pad
+    const guint number;  // of the name sink_%u; drawing goes by it
+    const Ref<UpstreamPin> pin;
+    const std::shared_ptr<SamplePool> samples = std::make_shared<SamplePool>();
+
+    PadSettings settings;
+    StreamFormat format;
+    std::int32_t typeRowWidth = 0;  // of the type that the filter knows
+    bool typeIsKnown = false;       // the filter knows `format`
+    GstSegment segment{};
+
+    // Where the stream stands.
+    int streamNumber = -1;  // of the filter's input; -1 while it has none
+    bool hasEnded = false;
+    bool isUnlinked = false;
+    bool isFlushing = false;
+    bool isLeaving = false;
+    bool isInReceive = false;
+    bool isHeld = false;               // waits for the output to reach its frame
+    std::optional<FrameSpan> pending;  // the frame that its thread waits to hand over
+    GstClockTimeDiff lastStop = 0;     // running time of the end of the frame before
+    HeldFrame lastFrame;               // shown on when the filter starts anew
+    bool wasLost = false;              // when it was drained
+
+    // Its place on the output: the filter's slot 0 of this stream is output frame baseFrame.
+    bool isAligned = false;
+    std::uint64_t baseFrame = 0;
+    std::uint64_t nextSlot = 0;
+    GstClockTimeDiff shift = 0;  // added to its running times
+    bool mayShift = false;       // after a flush of its own it may begin at any time
+    gint64 lateSince = 0;        // monotonic time (us) of the first of a row of late frames, or 0
+
+    // What is told about it.
+    gint64 lastArrival = 0;  // monotonic time, us
+    PadCounts counts;        // without those of the filter since its start
+    PadHealth health = PadHealth::kWaiting;
+};
+
+}  // namespace qdvm

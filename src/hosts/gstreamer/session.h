@@ -1,0 +1,247 @@
+#pragma once
+
+// What the element does: hosts the mixer, gives it the buffers of the sink pads and pushes what it
+// makes.
+
+#include "hosts/gstreamer/downstream_pin.h"
+#include "hosts/gstreamer/element_clock.h"
+#include "hosts/gstreamer/frame_layout.h"
+#include "hosts/gstreamer/pad_stream.h"
+#include "hosts/gstreamer/time_grid.h"
+
+#include <qdvideomixer/media_graph.h>
+#include <qdvideomixer/stream_status.h>
+#include <qdvideomixer/video_mixer.h>
+
+#include <gst/gst.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace qdvm {
+
+// How long the first streams wait for the others before the filter starts.
+inline constexpr std::chrono::milliseconds kStartPatience{350};
+
+struct ElementSettings {
+    eVM_Background background = eVMB_Color;
+    guint32 backgroundColor = 0xFF000000;  // 0xAARRGGBB
+    guint changeTimeMs = 0;
+    std::string master;        // name of a pad, empty for none
+    GstClockTime latency = 0;  // ns, added to what is reported
+    bool postsHealth = true;
+};
+
+// The filter is started when the first streams are there, goes on while the pipeline pauses, and is
+// started again, with the layout kept and the time stamps going on, when a pad joins.
+//
+// Three kinds of thread meet here: the streaming threads of the sink pads, the filter's threads,
+// and the source pad's task, which alone starts and stops the filter. The mutex guards the state
+// below; no operation of the filter that may wait, and no push, is made with the mutex held.
+class Session final : public OutputTaker {
+public:
+    Session(GstElement* ownElement, GstPad* sourcePad);
+    ~Session();
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+    // Null if no mixer could be made. Borrowed.
+    IQDVideoMixer* Mixer() const { return mixer.Get(); }
+
+    void SetSettings(const ElementSettings& newSettings);
+    ElementSettings Settings() const;
+    guint64 FramesSkipped() const;
+
+    // Pads. The stream is valid until RemovePad, which waits for its streaming thread to leave the
+    // filter.
+    PadStream* AddPad(GstPad* pad, guint number);
+    void RemovePad(PadStream* stream);
+    void SetPadSettings(PadStream& stream, const PadSettings& newSettings);
+    PadSettings SettingsOf(const PadStream& stream) const;
+    PadHealth HealthOf(PadStream& stream);
+    PadCounts CountsOf(PadStream& stream);
+    int StreamNumberOf(const PadStream& stream) const;
+
+    // The streaming side of a sink pad.
+    GstFlowReturn TakeBuffer(PadStream& stream, GstBuffer* buffer);  // takes the reference
+    bool TakeCaps(PadStream& stream, GstCaps* caps);
+    bool TakeSegment(PadStream& stream, const GstSegment& segment);
+    GstFlowReturn TakeGap(PadStream& stream, GstClockTime start, GstClockTime duration);
+    void TakeEndOfStream(PadStream& stream);
+    void BeginStream(PadStream& stream);
+    void BeginFlush(PadStream& stream);
+    // begins: the pad is switched on. After a flush in flight the stream may begin at any time,
+    // since its upstream's running time starts over.
+    void EndFlush(PadStream& stream, bool begins);
+    void Unlink(PadStream& stream);
+    GstCaps* SinkCaps(const GstCaps* filter) const;  // the caller's
+
+    // The source side. Start and Stop switch the task.
+    bool Start();
+    void Stop();
+    void SetPlaying(bool isPlaying) { clock->SetPlaying(isPlaying); }
+    void BeginSeek();
+    // position: where the stream begins now, ns.
+    void EndSeek(GstClockTime position);
+    // Adds what the mixer adds to the latency of live inputs.
+    void AddLatency(bool isLive, GstClockTime* min, GstClockTime* max);
+    bool Position(GstClockTime* position) const;
+
+private:
+    using Lock = std::unique_lock<std::mutex>;
+
+    enum class Mode {
+        kIdle,       // not started
+        kGathering,  // waits for the first streams
+        kRunning,
+        kChanging,  // the filter is being started, drained or stopped
+    };
+
+    enum class Placement { kDeliver, kAlign, kDrop, kHold };
+
+    enum class Step { kNothing, kPush, kStart, kRestart, kHalt, kEnd, kQuit };
+
+    // The layout that a stream takes along to another number.
+    struct KeptLayout {
+        std::vector<VM_MIXING_RECT> rects;
+        bool isEnabled = true;
+    };
+
+    struct Member {
+        PadStream* stream = nullptr;
+        int oldNumber = -1;
+        int newNumber = -1;
+        KeptLayout layout;
+    };
+
+    // session_input.cpp
+    GstFlowReturn Deliver(PadStream& stream, GstBuffer* buffer, FrameSpan span);
+    std::optional<GstFlowReturn> WayOut(const PadStream& stream) const;
+    Placement Place(PadStream& stream, const FrameSpan& span);
+    bool ShiftIfLate(PadStream& stream, REFERENCE_TIME late);
+    void Hold(PadStream& stream, Lock& lock);
+    HRESULT Send(PadStream& stream, GstBuffer* buffer, FrameSpan span, bool aligns);
+    Ref<WrappedSample> WrapBuffer(PadStream& stream, GstBuffer* buffer, std::int32_t* rowWidth);
+    GstBuffer* CopyToMixerLayout(PadStream& stream, GstBuffer* buffer);
+    FrameSpan SpanOf(PadStream& stream, GstBuffer* buffer, bool* isInside) const;
+    void Keep(PadStream& stream, HeldFrame frame);
+    void WaitUntilOut(PadStream& stream, Lock& lock);
+
+    // session_start.cpp
+    bool StartFilter();
+    bool StartIsDue();
+    bool NegotiateOutput();
+    OutputWish WishedOutput() const;
+    const PixelFormat* LikelyFormat() const;
+    bool SetOutput(GstCaps* caps);
+    std::vector<Member> Members();
+    static void NumberMembers(std::vector<Member>& members);
+    HRESULT Connect(std::vector<Member>& members);
+    HRESULT ConnectMember(Member& member);
+    void DisconnectMoved(std::vector<Member>& members);
+    HRESULT ConnectOutput();
+    HRESULT RunFilter();
+    void ShowOn(const std::vector<Member>& members);
+    void SendHeld(PadStream& stream);
+    std::vector<PadStream*> SilentStreams() const;
+    void ChooseMaster(const std::vector<Member>& members);
+    bool ConnectAndRun(const std::vector<PadStream*>& silent);
+    void MeasureUpstream(const std::vector<Member>& members);
+    void Drain();
+    void Restart();
+    void Halt();
+    void StopFilter();
+    void CloseFilter();
+    GstClockTime FirstTime() const;
+    std::vector<Ref<IPin>> FilterPins() const;
+    HRESULT BuildTypeFor(PadStream& stream, MediaType* type);
+
+    // session_layout.cpp
+    void ApplyRect(const PadStream& stream, guint changeTimeMs);
+    void ApplyBackground();
+    void ApplyStreamPolicy(int number, const PadSettings& settings);
+    KeptLayout LayoutOf(int number) const;
+    void SetLayout(int number, const KeptLayout& layout);
+    VM_STREAM_STATUS StatusOf(int number) const;
+    PadHealth MeasureHealth(const PadStream& stream) const;
+    PadCounts MeasureCounts(const PadStream& stream) const;
+    void CarryCounts(PadStream& stream);
+    void ReportHealth();
+
+    // session_output.cpp
+    static void RunTask(gpointer session);
+    void RunStep();
+    Step NextStep(Lock& lock);
+    HRESULT TakeFrame(IMediaSample* sample) override;
+    void TakeEnd() override;
+    GstBuffer* MakeBuffer(IMediaSample* sample);
+    GstBuffer* CopyOut(const BYTE* data, gsize length);
+    void MarkBuffer(GstBuffer* buffer) const;
+    bool Stamp(GstBuffer* buffer, IMediaSample* sample);
+    void SkipIfLate(std::uint64_t frame);
+    void PushNext();
+    void PushHead();
+    void PushEnd();
+    void TakeFlow(GstFlowReturn result);
+    void DropQueue();
+    void Fail(const char* what, HRESULT result);
+    std::uint64_t NextFrame() const;
+
+    GstElement* const element;
+    GstPad* const srcPad;
+    const Ref<ElementClock> clock;
+    Ref<IBaseFilter> filter;
+    Ref<IQDVideoMixer> mixer;
+    Ref<IQDVideoMixerStatus> status;
+    Ref<DownstreamPin> outputPin;
+
+    // Layout operations, one at a time; taken before the mutex.
+    std::mutex layoutMutex;
+
+    mutable std::mutex mutex;
+    std::condition_variable changed;
+    ElementSettings settings;
+    std::vector<std::unique_ptr<PadStream>> streams;  // by number
+    std::vector<Ref<UpstreamPin>> orphans;            // of pads that left; connected until a stop
+    Mode mode = Mode::kIdle;
+    bool isQuitting = true;
+    bool isSeeking = false;
+    bool wantsRestart = false;
+    bool isDrained = false;
+    bool hasEnded = false;  // the filter has signalled its end
+    bool endIsPushed = false;
+    bool isLive = false;
+    bool outputIsConnected = false;
+    GstFlowReturn flow = GST_FLOW_OK;
+    GstClockTime upstreamLatency = 0;
+    std::optional<std::chrono::steady_clock::time_point> startDeadline;
+
+    // The output.
+    StreamFormat output;
+    GstCaps* outputCaps = nullptr;
+    PlanePlaces outputPlaces;
+    gsize outputBytes = 0;
+    bool outputNeedsMeta = false;  // the planes don't lie where the caps alone would put them
+    bool downstreamReadsMeta = false;
+    TimeGrid grid;
+    PadStream* master = nullptr;
+    REFERENCE_TIME masterPosition = 0;  // end of the master's last frame
+    std::uint64_t framesTaken = 0;      // of the filter since its start
+    guint64 framesSkipped = 0;
+    bool nextIsDiscont = true;
+    bool capsArePushed = false;
+    bool segmentIsPushed = false;
+    GstClockTime segmentTime = 0;
+    GstClockTime lastStamp = GST_CLOCK_TIME_NONE;
+    std::deque<GstBuffer*> queue;
+};
+
+}  // namespace qdvm

@@ -1,0 +1,213 @@
+#include "hosts/qdmix/help.h"
+
+#include "hosts/qdmix/options.h"
+
+#include <qdvideomixer/version.h>
+
+#include <array>
+#include <string_view>
+#include <utility>
+
+namespace qdvm::qdmix {
+
+namespace {
+
+constexpr std::size_t kTextColumn = 32;
+constexpr std::size_t kLineWidth = 100;
+
+constexpr std::string_view kUsage = "qdmix [OPTIONS] [INPUT OPTIONS] INPUT... -o OUTPUT";
+constexpr std::string_view kPurpose = "mixes videos into one picture";
+
+struct Entry {
+    std::string_view term;
+    std::string_view text;
+};
+
+constexpr std::array kInputs = {
+    Entry{"FILE", "a video, or a still picture, that GStreamer can decode; sound is left out"},
+    Entry{"SCHEME://...", "the same from a network or another source"},
+    Entry{"test:NAME", "a test picture (see --list-inputs); with ?size=WxH&rate=N after the name"},
+    Entry{"camera:DEVICE", "a camera, as camera:/dev/video0; with ?size=WxH&rate=N as well"},
+};
+
+constexpr std::array kNotes = {
+    Entry{"Edges", "Edges lie on even pixels: left and top are rounded up, right and bottom down."},
+    Entry{"The end",
+          "The mix ends when the last file has ended. Looped inputs, stills, test pictures and"
+          " cameras have no end: where there is nothing else, --duration or Ctrl-C ends the mix."},
+    Entry{"Ctrl-C", "The first finishes the file, the second quits and leaves none."},
+    Entry{"The file",
+          "The output is written under a temporary name beside its own and takes its name when it"
+          " is finished."},
+};
+
+constexpr std::array kExamples = {
+    Entry{"qdmix --target 0,0 a.webm --target 640,0 b.webm --size 1280x720 -o mix.webm",
+          "two clips side by side"},
+    Entry{"qdmix a.webm --source 320x180+100+50 --target 16,16 --move 900,16@2+1.5 b.webm -o m.mkv",
+          "a part of one clip over another; it moves after two seconds"},
+    Entry{
+        "qdmix 'test:smpte?size=640x360' --target 320,180 test:ball --duration 5 -o - >frames.yuv",
+        "raw frames of test pictures"},
+};
+
+constexpr std::array kStatuses = {
+    Entry{"0", "done"},
+    Entry{"1", "failed while running"},
+    Entry{"2", "the command line makes no sense"},
+    Entry{"4", "an input can't be opened"},
+    Entry{"5", "the output can't be written"},
+    Entry{"130, 143", "finished early after a signal (INT, TERM); the file is good"},
+};
+
+constexpr std::array kGroups = {OptionGroup::kOutput, OptionGroup::kMix, OptionGroup::kInput,
+                                OptionGroup::kReport, OptionGroup::kGeneral};
+
+std::string FormsOf(const OptionRow& row) {
+    std::string forms = row.letter != 0 ? std::string("-") + row.letter + ", " : "";
+    forms += std::string("--") + row.name;
+    return row.argument != nullptr ? forms + " " + row.argument : forms;
+}
+
+std::string TextOf(const OptionRow& row) {
+    std::string text = row.help;
+    if (row.standard != nullptr) {
+        text += std::string(" Default: ") + row.standard + ".";
+    }
+    return text;
+}
+
+// The term at the left, the text in its column, broken between words.
+void AppendEntry(std::string& out, const std::string& term, std::string_view text) {
+    std::string line = "  " + term;
+    if (line.size() + 2 > kTextColumn) {
+        out += line + "\n";
+        line.clear();
+    }
+    line.resize(kTextColumn, ' ');
+    bool isFirst = true;
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find(' '), text.size());
+        if (!isFirst && line.size() + 1 + end > kLineWidth) {
+            out += line + "\n";
+            line.assign(kTextColumn, ' ');
+            isFirst = true;
+        }
+        line += (isFirst ? "" : " ") + std::string(text.substr(0, end));
+        isFirst = false;
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    out += line + "\n";
+}
+
+template <class Entries>
+void AppendEntries(std::string& out, std::string_view title, const Entries& entries) {
+    out += "\n" + std::string(title) + ":\n";
+    for (const Entry& entry : entries) {
+        AppendEntry(out, std::string(entry.term), entry.text);
+    }
+}
+
+// Roff reads a line that begins with a dot as a request, and a bare dash as a hyphen.
+std::string Roff(std::string_view text) {
+    std::string out = text.starts_with('.') ? "\\&" : "";
+    for (const char character : text) {
+        if (character == '-' || character == '\\') {
+            out += '\\';
+        }
+        out += character == '\\' ? 'e' : character;
+    }
+    return out;
+}
+
+void AppendRoffEntry(std::string& out, std::string_view term, std::string_view text) {
+    out += ".TP\n\\fB" + Roff(term) + "\\fR\n" + Roff(text) + "\n";
+}
+
+template <class Entries>
+void AppendRoffEntries(std::string& out, std::string_view title, const Entries& entries) {
+    out += ".SH " + std::string(title) + "\n";
+    for (const Entry& entry : entries) {
+        AppendRoffEntry(out, entry.term, entry.text);
+    }
+}
+
+void AppendCompletionCase(std::string& out, const OptionRow& row) {
+    std::string pattern = std::string("--") + row.name;
+    if (row.letter != 0) {
+        pattern += std::string("|-") + row.letter;
+    }
+    out += "        " + pattern + ")\n            ";
+    if (row.choices == nullptr) {
+        out += "COMPREPLY=()\n";
+    } else if (row.choices == std::string_view("FILE")) {
+        out += "mapfile -t COMPREPLY < <(compgen -f -- \"$current\")\n";
+    } else {
+        out += "mapfile -t COMPREPLY < <(compgen -W '" + std::string(row.choices) +
+               "' -- \"$current\")\n";
+    }
+    out += "            return\n            ;;\n";
+}
+
+}  // namespace
+
+std::string HelpText() {
+    std::string out = "usage: " + std::string(kUsage) + "\nqdmix " + std::string(kPurpose) + ".\n";
+    AppendEntries(out, "Inputs", kInputs);
+    for (const OptionGroup group : kGroups) {
+        out += "\n" + std::string(TitleOf(group)) + ":\n";
+        for (const OptionRow& row : OptionTable()) {
+            if (row.group == group) {
+                AppendEntry(out, FormsOf(row), TextOf(row));
+            }
+        }
+    }
+    AppendEntries(out, "Good to know", kNotes);
+    out += "\nExamples:\n";
+    for (const Entry& example : kExamples) {
+        out += "  " + std::string(example.term) + "\n      " + std::string(example.text) + "\n";
+    }
+    AppendEntries(out, "Exit status", kStatuses);
+    return out;
+}
+
+std::string ManPage() {
+    std::string out = ".TH QDMIX 1 \"\" \"qdmix " QDVM_VERSION_TEXT "\"\n.SH NAME\nqdmix \\- ";
+    out += std::string(kPurpose) + "\n.SH SYNOPSIS\n" + Roff(kUsage) + "\n";
+    AppendRoffEntries(out, "INPUTS", kInputs);
+    out += ".SH OPTIONS\n";
+    for (const OptionGroup group : kGroups) {
+        out += ".SS " + std::string(TitleOf(group)) + "\n";
+        for (const OptionRow& row : OptionTable()) {
+            if (row.group == group) {
+                AppendRoffEntry(out, FormsOf(row), TextOf(row));
+            }
+        }
+    }
+    AppendRoffEntries(out, "NOTES", kNotes);
+    AppendRoffEntries(out, "EXAMPLES", kExamples);
+    AppendRoffEntries(out, "EXIT STATUS", kStatuses);
+    return out;
+}
+
+std::string BashCompletion() {
+    std::string out =
+        "# Completion of qdmix for bash.\n"
+        "_qdmix() {\n"
+        "    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]}\n"
+        "    case $previous in\n";
+    std::string names;
+    for (const OptionRow& row : OptionTable()) {
+        if (row.argument != nullptr) {
+            AppendCompletionCase(out, row);
+        }
+        names += (names.empty() ? "--" : " --") + std::string(row.name);
+    }
+    out += "    esac\n    if [[ $current == -* ]]; then\n";
+    out += "        mapfile -t COMPREPLY < <(compgen -W '" + names + "' -- \"$current\")\n";
+    out += "    else\n        mapfile -t COMPREPLY < <(compgen -f -- \"$current\")\n    fi\n}\n";
+    out += "complete -o filenames -F _qdmix qdmix\n";
+    return out;
+}
+
+}  // namespace qdvm::qdmix

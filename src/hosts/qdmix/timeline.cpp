@@ -1,0 +1,243 @@
+#include "hosts/qdmix/timeline.h"
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+namespace qdvm::qdmix {
+
+namespace {
+
+// Longer than a frame can take where the mix doesn't stand still.
+constexpr std::chrono::seconds kMoveTimeLimit{2};
+
+constexpr std::int64_t kRounding = 1000;
+
+constexpr auto kWatched =
+    static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM);
+
+// 0 for an unknown rate.
+std::int64_t Period(Rate rate) {
+    if (!rate.IsKnown()) {
+        return 0;
+    }
+    return static_cast<std::int64_t>(gst_util_uint64_scale_int(GST_SECOND, rate.den, rate.num));
+}
+
+}  // namespace
+
+Timeline::Timeline(const Plan& thePlan, GstElement* theMixer, bool exact)
+    : plan(thePlan),
+      mixer(theMixer),
+      isExact(exact),
+      period(Period(plan.rate)),
+      gate(plan.inputs.size()) {
+    end = plan.duration.value_or(kNoEnd);
+}
+
+Timeline::~Timeline() {
+    if (patience != 0) {
+        (void)g_source_remove(patience);
+    }
+}
+
+void Timeline::WatchInput(GstPad* pad) {
+    auto input = std::make_unique<Input>();
+    input->timeline = this;
+    input->index = inputs.size();
+    input->plan = &plan.inputs[input->index];
+    input->pad.reset(static_cast<GstPad*>(gst_object_ref(pad)));
+    gst_segment_init(&input->segment, GST_FORMAT_TIME);
+    if (!input->plan->spec.IsLive()) {
+        gate.Await(input->index);
+    }
+    if (!input->plan->isEndless) {
+        ++lastingInputs;
+    }
+    (void)gst_pad_add_probe(pad, kWatched, OnInput, input.get(), nullptr);
+    inputs.push_back(std::move(input));
+}
+
+void Timeline::WatchOutput(GstPad* pad) {
+    output = pad;
+    (void)gst_pad_add_probe(pad, kWatched, OnOutput, this, nullptr);
+}
+
+GstPadProbeReturn Timeline::OnInput(GstPad*, GstPadProbeInfo* info, gpointer data) {
+    Input& input = *static_cast<Input*>(data);
+    if ((GST_PAD_PROBE_INFO_TYPE(info) & GST_PAD_PROBE_TYPE_BUFFER) != 0) {
+        return input.timeline->TakeInputFrame(input, GST_PAD_PROBE_INFO_BUFFER(info));
+    }
+    input.timeline->TakeInputEvent(input, GST_PAD_PROBE_INFO_EVENT(info));
+    return GST_PAD_PROBE_OK;
+}
+
+void Timeline::TakeInputEvent(Input& input, GstEvent* event) {
+    switch (GST_EVENT_TYPE(event)) {
+        case GST_EVENT_CAPS:
+            gate.Arrive(input.index);
+            gate.Pass();
+            break;
+        case GST_EVENT_SEGMENT:
+            gst_event_copy_segment(event, &input.segment);
+            break;
+        case GST_EVENT_EOS:
+            gate.Arrive(input.index);
+            EndInput(input);
+            break;
+        default:
+            break;
+    }
+}
+
+GstPadProbeReturn Timeline::TakeInputFrame(Input& input, GstBuffer* frame) {
+    if (!GST_BUFFER_PTS_IS_VALID(frame)) {
+        return GST_PAD_PROBE_OK;
+    }
+    const guint64 start =
+        gst_segment_to_running_time(&input.segment, GST_FORMAT_TIME, GST_BUFFER_PTS(frame));
+    if (!GST_CLOCK_TIME_IS_VALID(start)) {
+        return GST_PAD_PROBE_OK;
+    }
+    if (static_cast<std::int64_t>(start) >= end) {
+        CutInput(input);
+        return GST_PAD_PROBE_DROP;
+    }
+    const std::int64_t length = GST_BUFFER_DURATION_IS_VALID(frame)
+                                    ? static_cast<std::int64_t>(GST_BUFFER_DURATION(frame))
+                                    : Period(input.plan->probed.rate);
+    input.end = static_cast<std::int64_t>(start) + length;
+    ApplyMoves(static_cast<std::int64_t>(start));
+    return GST_PAD_PROBE_OK;
+}
+
+// Ends an input where the mix ends, so that nothing is mixed for nobody.
+void Timeline::CutInput(Input& input) {
+    input.isCut = true;
+    g_object_set(input.pad.get(), "loop", FALSE, nullptr);
+    (void)gst_pad_send_event(input.pad.get(), gst_event_new_eos());
+}
+
+// With nothing left that has an end of its own, the mix ends where the longest of them did.
+void Timeline::EndInput(Input& input) {
+    const std::lock_guard lock(mutex);
+    if (input.isCut) {
+        return;
+    }
+    input.ended = input.end;
+    if (input.plan->isEndless || lastingInputs == 0) {
+        return;
+    }
+    lastEnd = std::max(lastEnd, input.end);
+    const auto isEndless = [](const PlannedInput& other) { return other.isEndless; };
+    if (--lastingInputs == 0 && std::any_of(plan.inputs.begin(), plan.inputs.end(), isEndless)) {
+        end = std::min<std::int64_t>(end, lastEnd);
+    }
+}
+
+// Whichever input comes first to a time makes the moves of that time: the mixer composes in step
+// with its inputs, while its output may lie some frames back in a queue.
+void Timeline::ApplyMoves(std::int64_t now) {
+    std::unique_lock lock(mutex);
+    while (const Input* due = NextDue(now)) {
+        const std::int64_t first = due->NextMove()->start;
+        if (isExact) {
+            // This input holds back the frame at which the move begins until those before it are
+            // through, so that the move begins with the same frame each time.
+            const auto isThrough = [&] { return time + kRounding >= first || isReleased; };
+            (void)delivered.wait_for(lock, kMoveTimeLimit, isThrough);
+        }
+        if (Input* stillDue = NextDue(now)) {
+            Apply(*stillDue);
+        }
+    }
+}
+
+Timeline::Input* Timeline::NextDue(std::int64_t now) const {
+    for (const auto& input : inputs) {
+        if (const Move* move = input->NextMove(); move != nullptr && move->start <= now) {
+            return input.get();
+        }
+    }
+    return nullptr;
+}
+
+void Timeline::Apply(Input& input) {
+    const Move& move = *input.NextMove();
+    ++input.movesMade;
+    g_object_set(mixer, "change-time", static_cast<guint>(move.take / GST_MSECOND), nullptr);
+    g_object_set(input.pad.get(), "xpos", move.to.x, "ypos", move.to.y, nullptr);
+}
+
+const Move* Timeline::Input::NextMove() const {
+    const std::vector<Move>& moves = plan->options.moves;
+    return movesMade < moves.size() ? &moves[movesMade] : nullptr;
+}
+
+GstPadProbeReturn Timeline::OnOutput(GstPad*, GstPadProbeInfo* info, gpointer data) {
+    Timeline& timeline = *static_cast<Timeline*>(data);
+    if ((GST_PAD_PROBE_INFO_TYPE(info) & GST_PAD_PROBE_TYPE_BUFFER) != 0) {
+        return timeline.TakeOutputFrame(GST_PAD_PROBE_INFO_BUFFER(info));
+    }
+    const bool isEnd = GST_EVENT_TYPE(GST_PAD_PROBE_INFO_EVENT(info)) == GST_EVENT_EOS;
+    const bool isSecondEnd = isEnd && timeline.hasEnded.exchange(true);
+    return isSecondEnd ? GST_PAD_PROBE_DROP : GST_PAD_PROBE_OK;
+}
+
+GstPadProbeReturn Timeline::TakeOutputFrame(GstBuffer* frame) {
+    const auto start = static_cast<std::int64_t>(GST_BUFFER_PTS(frame));
+    // A frame belongs to the mix if at least half of it does.
+    if (!hasEnded && end != kNoEnd && start + period / 2 >= end) {
+        SendEnd();
+    }
+    if (hasEnded) {
+        return GST_PAD_PROBE_DROP;
+    }
+    ++frames;
+    const std::lock_guard lock(mutex);
+    time = start + period;
+    delivered.notify_all();
+    return GST_PAD_PROBE_OK;
+}
+
+std::optional<std::int64_t> Timeline::EndOf(std::size_t input) const {
+    const std::lock_guard lock(mutex);
+    return inputs[input]->ended;
+}
+
+void Timeline::SendEnd() {
+    if (!hasEnded.exchange(true)) {
+        const GstHandle<GstPad> next(gst_pad_get_peer(output));
+        if (next) {
+            (void)gst_pad_send_event(next.get(), gst_event_new_eos());
+        }
+    }
+}
+
+void Timeline::Release() {
+    gate.OpenForGood();
+    const std::lock_guard lock(mutex);
+    isReleased = true;
+    delivered.notify_all();
+}
+
+void Timeline::FinishNow() {
+    end = 0;
+    Release();
+    // Where no frame comes any more, nobody else would send the end.
+    constexpr guint kPatienceMs = 1000;
+    patience = g_timeout_add(
+        kPatienceMs,
+        [](gpointer data) -> gboolean {
+            auto* timeline = static_cast<Timeline*>(data);
+            timeline->patience = 0;
+            gst_element_call_async(
+                timeline->mixer,
+                [](GstElement*, gpointer self) { static_cast<Timeline*>(self)->SendEnd(); },
+                timeline, nullptr);
+            return G_SOURCE_REMOVE;
+        },
+        this);
+}
+
+}  // namespace qdvm::qdmix

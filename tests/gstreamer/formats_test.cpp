@@ -1,0 +1,177 @@
+// Formats, layouts in memory, and their changes.
+
+#include "gstreamer/mix_pipeline.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+namespace qdvm::test {
+namespace {
+
+// A buffer whose rows lie `padding` bytes further apart than they need to, and which says so. The
+// picture's bytes are `value`, all others 0xEE.
+GstBuffer* PaddedBuffer(const std::string& text, int padding, int value) {
+    GstCaps* caps = gst_caps_from_string(text.c_str());
+    GstVideoInfo info;
+    EXPECT_TRUE(gst_video_info_from_caps(&info, caps));
+    gst_caps_unref(caps);
+    gsize offset[GST_VIDEO_MAX_PLANES] = {};
+    gint stride[GST_VIDEO_MAX_PLANES] = {};
+    gsize size = 16;
+    const guint planes = GST_VIDEO_INFO_N_PLANES(&info);
+    for (guint plane = 0; plane < planes; ++plane) {
+        offset[plane] = size;
+        stride[plane] = GST_VIDEO_INFO_PLANE_STRIDE(&info, plane) + padding;
+        size += static_cast<gsize>(stride[plane]) *
+                static_cast<gsize>(GST_VIDEO_INFO_COMP_HEIGHT(&info, plane));
+    }
+    GstBuffer* buffer = gst_buffer_new_allocate(nullptr, size, nullptr);
+    (void)gst_buffer_memset(buffer, 0, 0xEE, size);
+    (void)gst_buffer_add_video_meta_full(
+        buffer, GST_VIDEO_FRAME_FLAG_NONE, GST_VIDEO_INFO_FORMAT(&info),
+        static_cast<guint>(info.width), static_cast<guint>(info.height), planes, offset, stride);
+    for (guint plane = 0; plane < planes; ++plane)
+        for (int line = 0; line < GST_VIDEO_INFO_COMP_HEIGHT(&info, plane); ++line)
+            (void)gst_buffer_memset(
+                buffer,
+                offset[plane] + static_cast<gsize>(line) * static_cast<gsize>(stride[plane]),
+                static_cast<guint8>(value),
+                static_cast<gsize>(GST_VIDEO_INFO_COMP_WIDTH(&info, plane) *
+                                   GST_VIDEO_INFO_COMP_PSTRIDE(&info, plane)));
+    return buffer;
+}
+
+struct Layout {
+    const char* format;
+    int width;
+    int height;
+    int padding;
+};
+
+class PaddedFrames : public testing::TestWithParam<Layout> {};
+
+// Wrapped as they are where the mixer can express it, copied where it can't: the picture is the
+// same.
+TEST_P(PaddedFrames, ShowThePictureAndNothingElse) {
+    const Layout layout = GetParam();
+    const std::string caps = std::string("video/x-raw,format=") + layout.format +
+                             ",width=" + std::to_string(layout.width) +
+                             ",height=" + std::to_string(layout.height) + ",framerate=25/1";
+    MixPipeline mix(caps);
+    Source source = mix.Add(caps);
+    for (int i = 0; i < 3; ++i) {
+        // Every other frame as the caps alone would have it.
+        GstBuffer* buffer = PaddedBuffer(caps, i % 2 == 0 ? layout.padding : 0, 100 + i);
+        source.SendBuffer(buffer, static_cast<GstClockTime>(i) * kFrame);
+    }
+    source.End();
+    mix.Play();
+    const std::vector<Frame> frames = mix.PullAll();
+    ASSERT_EQ(frames.size(), 3u);
+    for (int i = 0; i < 3; ++i) {
+        const Frame& frame = frames[static_cast<std::size_t>(i)];
+        for (guint plane = 0; plane < GST_VIDEO_INFO_N_PLANES(&frame.info); ++plane) {
+            const int stride = GST_VIDEO_INFO_PLANE_STRIDE(&frame.info, plane);
+            const int bytes = GST_VIDEO_INFO_COMP_WIDTH(&frame.info, plane) *
+                              GST_VIDEO_INFO_COMP_PSTRIDE(&frame.info, plane);
+            for (int line = 0; line < GST_VIDEO_INFO_COMP_HEIGHT(&frame.info, plane); ++line)
+                for (int x = 0; x < bytes; ++x)
+                    ASSERT_EQ(frame.data[GST_VIDEO_INFO_PLANE_OFFSET(&frame.info, plane) +
+                                         static_cast<gsize>(line * stride + x)],
+                              100 + i)
+                        << "plane " << plane << " line " << line << " byte " << x;
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, PaddedFrames,
+                         testing::Values(Layout{"BGRx", 18, 10, 32}, Layout{"BGR", 18, 10, 12},
+                                         Layout{"BGR", 16, 8, 4}, Layout{"YUY2", 18, 10, 4},
+                                         Layout{"YUY2", 18, 10, 6}, Layout{"UYVY", 16, 8, 0},
+                                         Layout{"YVYU", 16, 8, 16}, Layout{"I420", 16, 8, 0},
+                                         Layout{"I420", 20, 10, 0}, Layout{"I420", 16, 8, 8},
+                                         Layout{"YV12", 32, 16, 0}, Layout{"YV12", 18, 6, 16}),
+                         [](const auto& suite) {
+                             const Layout& l = suite.param;
+                             return std::string(l.format) + "_" + std::to_string(l.width) + "x" +
+                                    std::to_string(l.height) + "_" + std::to_string(l.padding);
+                         });
+
+TEST(Formats, CropsAnOddYuvStreamToEvenSizes) {
+    const std::string output = "video/x-raw,format=I420,width=16,height=8,framerate=25/1";
+    MixPipeline mix(output);
+    Source source = mix.Add("video/x-raw,format=I420,width=17,height=9,framerate=25/1");
+    source.Send(77, 0);
+    source.End();
+    mix.Play();
+    const std::vector<Frame> frames = mix.PullAll();
+    ASSERT_EQ(frames.size(), 1u);
+    EXPECT_EQ(frames[0].data, std::vector<std::uint8_t>(16 * 8 * 3 / 2, 77));
+}
+
+TEST(Formats, FollowsAStreamThatChangesItsSize) {
+    MixPipeline mix(Caps(64, 64));
+    Source base = mix.Add(Caps(64, 64));
+    Source changing = mix.Add(Caps(16, 16));
+    base.SendMany(30, 10);
+    changing.SendMany(10, 100);
+    changing.SetCaps(Caps(32, 48));
+    changing.SendMany(10, 110, 10);
+    changing.SetCaps(Caps(16, 16));
+    changing.SendMany(10, 120, 20);
+    base.End();
+    changing.End();
+    mix.Play();
+    const std::vector<Frame> frames = mix.PullAll();
+    ASSERT_EQ(frames.size(), 30u);
+    ExpectContinuous(frames);
+    EXPECT_EQ(frames[9].At(15, 15), 109);
+    EXPECT_EQ(frames[9].At(16, 0), 19);
+    EXPECT_EQ(frames[15].At(31, 47), 115);
+    EXPECT_EQ(frames[15].At(32, 0), 25);
+    EXPECT_EQ(frames[29].At(15, 15), 129);
+    EXPECT_EQ(frames[29].At(16, 0), 39);
+}
+
+TEST(Formats, CarriesFieldOrderThrough) {
+    const char* more = "framerate=25/1,interlace-mode=interleaved,field-order=bottom-field-first";
+    MixPipeline mix("video/x-raw");
+    Source source = mix.Add(Caps(16, 16, more));
+    source.SendMany(2, 10);
+    source.End();
+    mix.Play();
+    const std::vector<Frame> frames = mix.PullAll();
+    ASSERT_EQ(frames.size(), 2u);
+    EXPECT_EQ(GST_VIDEO_INFO_INTERLACE_MODE(&frames[0].info), GST_VIDEO_INTERLACE_MODE_INTERLEAVED);
+    EXPECT_EQ(GST_VIDEO_INFO_FIELD_ORDER(&frames[0].info),
+              GST_VIDEO_FIELD_ORDER_BOTTOM_FIELD_FIRST);
+    EXPECT_NE(frames[1].flags & guint{GST_VIDEO_BUFFER_FLAG_INTERLACED}, 0u);
+    EXPECT_EQ(frames[1].flags & guint{GST_VIDEO_BUFFER_FLAG_TFF}, 0u);
+    EXPECT_EQ(frames[1].At(0, 0), 11);
+}
+
+TEST(Formats, NamesAStreamThatCannotBeMixed) {
+    MixPipeline mix(Caps(16, 16));
+    Source good = mix.Add(Caps(16, 16));
+    Source bad = mix.Add("video/x-raw,format=I420,width=1,height=1,framerate=25/1");
+    good.SendMany(3, 10);
+    bad.Send(1, 0);
+    mix.Play();
+    const std::string error = mix.WaitForError();
+    EXPECT_NE(error.find(GST_PAD_NAME(bad.Pad())), std::string::npos) << error;
+    EXPECT_NE(error.find("2 by 2"), std::string::npos) << error;
+}
+
+TEST(Formats, OffersTheOutputsFormatFirst) {
+    MixPipeline mix("video/x-raw,format=YVYU,width=16,height=16,framerate=25/1");
+    GstPad* pad = gst_element_request_pad_simple(mix.Mixer(), "sink_%u");
+    GstCaps* caps = gst_pad_query_caps(pad, nullptr);
+    EXPECT_STREQ(gst_structure_get_string(gst_caps_get_structure(caps, 0), "format"), "YVYU");
+    EXPECT_EQ(gst_caps_get_size(caps), 2u);
+    gst_caps_unref(caps);
+    gst_object_unref(pad);
+}
+
+}  // namespace
+}  // namespace qdvm::test
