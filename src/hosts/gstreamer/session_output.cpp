@@ -284,8 +284,7 @@ void Session::TakeFlow(GstFlowReturn result) {
     const bool isFailure = result == GST_FLOW_NOT_LINKED || result <= GST_FLOW_NOT_NEGOTIATED;
     if (isFailure) GST_ELEMENT_FLOW_ERROR(element, result);
     // Downstream that has had enough, too, waits for the end to be told by the one who drives it.
-    if (isFailure || result == GST_FLOW_EOS)
-        (void)gst_pad_push_event(srcPad, gst_event_new_eos());
+    if (isFailure || result == GST_FLOW_EOS) (void)gst_pad_push_event(srcPad, gst_event_new_eos());
 }
 
 void Session::Fail(const char* what, HRESULT result) {
