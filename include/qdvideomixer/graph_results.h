@@ -38,6 +38,7 @@ inline constexpr HRESULT VFW_E_NOT_STOPPED = HResult(0x80040224);
 inline constexpr HRESULT VFW_E_NOT_PAUSED = HResult(0x80040225);
 inline constexpr HRESULT VFW_E_NOT_RUNNING = HResult(0x80040226);
 inline constexpr HRESULT VFW_E_WRONG_STATE = HResult(0x80040227);
+inline constexpr HRESULT VFW_E_CIRCULAR_GRAPH = HResult(0x80040228);
 inline constexpr HRESULT VFW_E_TYPE_NOT_ACCEPTED = HResult(0x8004022A);
 inline constexpr HRESULT VFW_E_SAMPLE_REJECTED = HResult(0x8004022B);
 inline constexpr HRESULT VFW_E_DUPLICATE_NAME = HResult(0x8004022D);

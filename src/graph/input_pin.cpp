@@ -231,6 +231,9 @@ bool CCoQDVideoMixerIn::SeekUpstreamToStart() {
     return isSeeking;
 }
 
+// Asked by a thread about itself, so what it finds can't change meanwhile.
+bool CCoQDVideoMixerIn::IsSeekThread() const { return seekThread.IsCurrent(); }
+
 void CCoQDVideoMixerIn::FinishSeek() {
     ScopedLock guard(seekLock);
     seekThread.Join();

@@ -58,6 +58,7 @@ public:
 
     // Waits for a seek that is under way upstream. Holds no lock, and must be called with none.
     void FinishSeek();
+    bool IsSeekThread() const QDVM_NO_THREAD_SAFETY_ANALYSIS;
 
 private:
     using Root = CPinBase<IMemInputPin>;

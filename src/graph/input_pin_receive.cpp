@@ -66,6 +66,8 @@ HRESULT CCoQDVideoMixerIn::Receive(IMediaSample* sample) {
     if (!sample) return E_POINTER;
     const Ref<IMediaSample> held(sample);
     const Ref<CCoQDVideoMixer> mixer = Filter();
+    // Before the look at `flushing`: a flush that runs its course behind that look still counts.
+    const std::uint32_t flushesSeen = flushCount;
     {
         ScopedLock guard(pinLock);
         if (!HasPeer()) return VFW_E_NOT_CONNECTED;
@@ -77,7 +79,7 @@ HRESULT CCoQDVideoMixerIn::Receive(IMediaSample* sample) {
     if (flushing) return S_FALSE;
     const HRESULT result = TakeSampleType(*mixer, *sample);
     if (Failed(result)) return result;
-    return mixer->ReceiveFrame(pinId, FrameOf(sample));
+    return mixer->ReceiveFrame(pinId, FrameOf(sample), flushesSeen);
 }
 
 // A sample that carries a type of its own changes the stream's format.

@@ -7,9 +7,12 @@
 #include "graph/output_pin.h"
 #include "graph/pin_accessors.h"
 #include "platform/counted_string.h"
+#include "platform/trace.h"
 
 #include <algorithm>
 #include <string_view>
+#include <system_error>
+#include <thread>
 #include <vector>
 
 namespace qdvm {
@@ -67,6 +70,26 @@ bool CCoQDVideoMixer::AddRefUnlessGone() {
 
 void CCoQDVideoMixer::OnLastRelease() {
     references.store(kGone, std::memory_order_relaxed);
+    if (!IsOwnThread()) {
+        Dismantle();
+        return;
+    }
+    // A neighbour let go last, in a call from one of the filter's threads, which are waited for.
+    try {
+        std::thread([this] { Dismantle(); }).detach();
+    } catch (const std::system_error&) {
+        Trace("[Filter] no thread left to take it apart");
+    }
+}
+
+bool CCoQDVideoMixer::IsOwnThread() const {
+    if (outputPin && IsEngineThread()) return true;
+    return std::any_of(inputs.begin(), inputs.end(), [](const Ref<InputStream>& stream) {
+        return static_cast<const CCoQDVideoMixerIn*>(stream.Get())->IsSeekThread();
+    });
+}
+
+void CCoQDVideoMixer::Dismantle() {
     (void)Stop();
     for (const Ref<InputStream>& stream : inputs)
         static_cast<CCoQDVideoMixerIn*>(stream.Get())->LeaveFilter();

@@ -97,6 +97,8 @@ private:
     HRESULT ChangeState(PlayState newState, REFERENCE_TIME start);
     HRESULT AddInputPin();
     void FinishSeeks();
+    bool IsOwnThread() const;
+    void Dismantle();
     Ref<IFilterGraph> Graph() const;
 
     // The output's format, in steps.

@@ -82,7 +82,9 @@ HRESULT CCoQDVideoMixer::RebuildOutput(MediaType* built) {
         BuildVideoMediaType(built, picture.fccType, isPlain ? FORMAT_VideoInfo : FORMAT_VideoInfo2,
                             picture.nWidth, picture.nHeight, 0, false);
     if (Failed(result)) return result;
-    outputFrameTime = ComputeOutputFrameTime(-1);
+    // While frames flow the grid stays: slots and stamps are counted in its period.
+    if (State() == PlayState::kStopped || outputFrameTime < 1)
+        outputFrameTime = ComputeOutputFrameTime(-1);
     FillCommon(built, outputFrameTime);
     FillInterlaceAndAspect(built, InterlaceFlagsOf(interlace),
                            HasAspect(given) ? AspectRatio{given.nAspectX, given.nAspectY}

@@ -31,10 +31,25 @@ ULONG CCoQDVideoMixerOut::AddRef() { return Root::AddRef(); }
 
 ULONG CCoQDVideoMixerOut::Release() { return Root::Release(); }
 
+namespace {
+
+// Whether the pin is one of the mixer's own inputs: a picture of itself would wait for itself.
+bool IsOwnInput(IPin& pin, CCoQDVideoMixer& mixer) {
+    PIN_DIRECTION direction = PINDIR_OUTPUT;
+    if (Failed(pin.QueryDirection(&direction)) || direction != PINDIR_INPUT) return false;
+    PIN_INFO info{};
+    if (Failed(pin.QueryPinInfo(&info))) return false;
+    const Ref<IBaseFilter> filter = Ref<IBaseFilter>::Adopt(info.pFilter);
+    return filter && IsSameObject(filter.Get(), static_cast<IBaseFilter*>(&mixer));
+}
+
+}  // namespace
+
 HRESULT CCoQDVideoMixerOut::Connect(IPin* receivePin, const AM_MEDIA_TYPE* type) {
     if (!receivePin) return E_POINTER;
     const Ref<CCoQDVideoMixer> mixer = Filter();
     if (!mixer) return E_UNEXPECTED;
+    if (IsOwnInput(*receivePin, *mixer)) return VFW_E_CIRCULAR_GRAPH;
     HRESULT result = S_OK;
     Connection broken;
     {

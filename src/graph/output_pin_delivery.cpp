@@ -88,10 +88,10 @@ HRESULT CCoQDVideoMixerOut::DecommitAllocator() {
         if (!isCommitted) return S_OK;
     }
     const HRESULT result = FailureOf(allocator->Decommit());
-    if (Failed(result)) return result;
+    // Whatever a foreign allocator makes of it, the next start commits it anew.
     ScopedLock guard(connectionLock);
     isCommitted = false;
-    return S_OK;
+    return result;
 }
 
 void CCoQDVideoMixerOut::TraceDelivery(std::uint32_t milliseconds, std::size_t queueLength) {

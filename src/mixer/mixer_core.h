@@ -41,7 +41,8 @@ public:
     // Entry from input pin `pinId`: places the frame on the output grid and hands it on. Holds
     // pinsLock shared throughout and may block until the mixer has taken the stream's last frame.
     // E_UNEXPECTED without such a pin, VFW_E_NOT_RUNNING with the filter stopped.
-    HRESULT ReceiveFrame(std::uint32_t pinId, const MediaFrame& frame);
+    // flushesSeen: the stream's flushCount from before the pin was found not to be flushing.
+    HRESULT ReceiveFrame(std::uint32_t pinId, const MediaFrame& frame, std::uint32_t flushesSeen);
 
     // --- states (under filterLock) ---
 
@@ -155,6 +156,8 @@ protected:
     // The graph's reference clock now, empty if there is none. Takes no lock of the order.
     virtual ClockHandle Clock() const = 0;
 
+    // Whether the caller is the thread that composes or the one that delivers.
+    bool IsEngineThread() const { return mixThread.IsCurrent() || outputStage->IsDeliveryThread(); }
     void SetState(PlayState newState, std::int64_t startTimeGiven);
     VM_VIDEO_PROPS GivenOutputProps() const;
 
@@ -164,6 +167,7 @@ private:
     struct TimeSpan {
         std::int64_t start;
         std::int64_t stop;
+        std::int64_t period;  // of the output grid, at least 1
     };
     HRESULT SubmitFrame(std::uint32_t pinId, const MediaFrame& frame, std::uint32_t flushesSeen);
     HRESULT RetimeFrame(InputStream& stream, std::uint32_t pinId, const MediaFrame& frame,

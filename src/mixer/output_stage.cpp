@@ -52,6 +52,10 @@ void OutputStage::PutOutput(MediaFrame frame) {
     if (!runDelivery) return;
     {
         ScopedLock guard(queueLock);
+        // The end is signalled again and again: one signal that waits is enough.
+        if (!frame && queueCount != 0 &&
+            !deliveryQueue[(queueHead + queueCount - 1) % deliveryQueue.size()])
+            return;
         if (queueCount == deliveryQueue.size()) GrowQueue();
         deliveryQueue[(queueHead + queueCount) % deliveryQueue.size()] = std::move(frame);
         ++queueCount;

@@ -55,6 +55,7 @@ public:
     void FlushOutputQueue();
     HRESULT StartDelivery();
     void StopDelivery();
+    bool IsDeliveryThread() const { return deliveryThread.IsCurrent(); }
 
 protected:
     ~OutputStage() = default;

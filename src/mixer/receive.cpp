@@ -37,16 +37,21 @@ void MeasureFrameTime(InputStream& stream, const FrameTimes& times) {
     if (measured > 0) stream.frameTime = measured;
 }
 
-// Whether the output grid is known, learning its period from the stream where it is not. The grid
-// starts at 0 with the stream's first frame.
-bool FindGrid(InputStream& stream, std::atomic<std::int64_t>& period, const FrameTimes& times) {
+// The period of the output grid, 0 while unknown, learning it from the stream where nobody has told
+// it. The grid starts at 0 with the stream's first frame. The period is read once for a frame: a
+// change of another stream's format can take it away at any moment.
+std::int64_t FindGrid(InputStream& stream, std::atomic<std::int64_t>& outputPeriod,
+                      const FrameTimes& times) {
     if (stream.frameTime == 0) MeasureFrameTime(stream, times);
-    // Of two streams that tell at once one sets the period for both.
-    std::int64_t known = period;
-    if (known < 1) (void)period.compare_exchange_strong(known, stream.frameTime);
-    if (period < 1) return false;
+    std::int64_t period = outputPeriod;
+    if (period < 1) {
+        // Of two streams that tell at once one sets the period for both.
+        const std::int64_t learned = stream.frameTime;
+        if (outputPeriod.compare_exchange_strong(period, learned)) period = learned;
+    }
+    if (period < 1) return 0;
     if (stream.lastFrameStart == kUnknownTime) stream.gridSlot = 0;
-    return true;
+    return period;
 }
 
 bool HoldsFrame(const InputStream& stream) {
@@ -56,24 +61,25 @@ bool HoldsFrame(const InputStream& stream) {
 
 }  // namespace
 
-HRESULT MixerCore::ReceiveFrame(std::uint32_t pinId, const MediaFrame& frame) {
+HRESULT MixerCore::ReceiveFrame(std::uint32_t pinId, const MediaFrame& frame,
+                                std::uint32_t flushesSeen) {
     SharedLockGuard pins(pinsLock, SharedLockGuard::Mode::kShared);
     if (pinId >= inputs.size()) return E_UNEXPECTED;
     if (!frame) return E_POINTER;
     Trace("[QDVideoMixer IN Pin:%u]", pinId);
     InputStream& stream = *inputs[pinId];
-    const std::uint32_t flushesSeen = stream.flushCount;
     if (frame.ActualLength() != 0) stream.hasData = true;
     const FrameTimes times = TimesOf(frame);
     if (masterStream >= 0 || stream.ignoreTime || !times.hasStart)
         return SubmitFrame(pinId, frame, flushesSeen);
-    if (!FindGrid(stream, outputFrameTime, times)) {
+    const std::int64_t period = FindGrid(stream, outputFrameTime, times);
+    if (period < 1) {
         const HRESULT result = SubmitFrame(pinId, frame, flushesSeen);
         stream.lastFrameStart = times.start;
         return result;
     }
     const HRESULT result =
-        RetimeFrame(stream, pinId, frame, {times.start, times.stop}, flushesSeen);
+        RetimeFrame(stream, pinId, frame, {times.start, times.stop, period}, flushesSeen);
     if (Failed(result)) return result;
     stream.lastFrameStart = times.start;
     return S_OK;
@@ -81,7 +87,7 @@ HRESULT MixerCore::ReceiveFrame(std::uint32_t pinId, const MediaFrame& frame) {
 
 HRESULT MixerCore::RetimeFrame(InputStream& stream, std::uint32_t pinId, const MediaFrame& frame,
                                TimeSpan time, std::uint32_t flushesSeen) {
-    const std::int64_t period = outputFrameTime;
+    const std::int64_t period = time.period;
     // A new segment may have begun meanwhile, which counts from its own start.
     const auto goTo = [&](std::int64_t from, std::int64_t to) {
         if (stream.flushCount == flushesSeen) stream.gridSlot.compare_exchange_strong(from, to);

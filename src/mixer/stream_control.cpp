@@ -26,6 +26,8 @@ InputStream* MixerCore::FindStream(LONG number) const {
 
 HRESULT MixerCore::EnableStream(LONG _nStreamNo, BOOL _bEnable) {
     SharedLockGuard pins(pinsLock, Mode::kShared);
+    // Two that hide a stream each must not both count on the other's.
+    SharedLockGuard mix(mixLock, Mode::kExclusive);
     InputStream* stream = FindStream(_nStreamNo);
     if (!stream) return E_INVALIDARG;
     if (!_bEnable) {

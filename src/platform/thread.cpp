@@ -15,11 +15,13 @@ HRESULT Thread::Start(const std::string& name, ThreadPriority priority,
     isRunning.store(true, std::memory_order_release);
     try {
         thread = std::thread([this, name, priority, run = std::move(body)] {
+            runner.store(std::this_thread::get_id());
             SetCurrentThreadName(name);
             if (priority == ThreadPriority::AboveNormal) {
                 RaiseCurrentThreadPriority();
             }
             run();
+            runner.store(std::thread::id());
             isRunning.store(false, std::memory_order_release);
         });
     } catch (const std::system_error&) {

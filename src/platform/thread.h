@@ -36,9 +36,13 @@ public:
     // Whether the body has been started and hasn't returned.
     bool IsRunning() const { return isRunning.load(std::memory_order_acquire); }
 
+    // Whether the caller is the thread itself. Any thread.
+    bool IsCurrent() const { return runner.load() == std::this_thread::get_id(); }
+
 private:
     std::thread thread;
     std::atomic<bool> isRunning{false};
+    std::atomic<std::thread::id> runner{};  // while the body runs
 };
 
 // These touch the operating system and affect the calling thread.

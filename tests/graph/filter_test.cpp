@@ -1,6 +1,7 @@
 // The filter object: interfaces, states, pins by name, and its place in a graph.
 
 #include "frames/format_table.h"
+#include "platform/event.h"
 #include "support/graph_fakes.h"
 #include "support/manual_clock.h"
 
@@ -10,7 +11,9 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <atomic>
 #include <string>
+#include <thread>
 
 namespace qdvm::test {
 namespace {
@@ -205,6 +208,39 @@ TEST_F(FilterTest, GoesWhileItRuns) {
     EXPECT_TRUE(sink->peer);
     sink->peer.Reset();
     mixer = MixerUnderTest();
+}
+
+// A receiver may let the filter go last, on the thread that delivers to it.
+TEST_F(FilterTest, GoesInACallFromItsOwnThread) {
+    const Ref<FakeSource> source = Connect(0);
+    const Ref<FakeSink> sink = ConnectOutput();
+    Event entered(Event::Reset::Manual);
+    Event mayGo(Event::Reset::Manual);
+    std::atomic<bool> isFirst{true};
+    sink->onFrame = [&](IMediaSample*) {
+        if (!isFirst.exchange(false)) return;
+        PIN_INFO info{};
+        EXPECT_EQ(sink->peer->QueryPinInfo(&info), S_OK);
+        entered.Set();
+        mayGo.Wait();
+        if (info.pFilter) (void)info.pFilter->Release();
+    };
+    ASSERT_EQ(mixer.filter->Run(0), S_OK);
+    ASSERT_EQ(source->SendPicture(1, 0, kFrame), S_OK);
+    ASSERT_TRUE(entered.WaitFor(30000));
+    mixer.control.Reset();
+    mixer.filter.Reset();
+    mayGo.Set();
+    // The filter has stopped: its input takes nothing any more.
+    while (source->SendPicture(2, kFrame, 2 * kFrame) == S_OK) std::this_thread::yield();
+    sink->peer.Reset();
+    mixer = MixerUnderTest();
+}
+
+TEST_F(FilterTest, IsNotConnectedToItself) {
+    const Ref<FakeSource> source = Connect(0);
+    EXPECT_EQ(mixer.Out()->Connect(mixer.In(1).Get(), nullptr), VFW_E_CIRCULAR_GRAPH);
+    EXPECT_EQ(mixer.InputCount(), 2u);
 }
 
 }  // namespace

@@ -157,7 +157,9 @@ public:
     // A frame in slot `slot` of a grid of kFrame.
     HRESULT Send(std::size_t number, BYTE value, std::int64_t slot = 0);
     HRESULT SendFrame(std::size_t number, const MediaFrame& frame) {
-        return ReceiveFrame(static_cast<std::uint32_t>(number), frame);
+        const std::uint32_t flushesSeen =
+            number < inputs.size() ? inputs[number]->flushCount.load() : 0;
+        return ReceiveFrame(static_cast<std::uint32_t>(number), frame, flushesSeen);
     }
     // Frame after frame of a master stream, each composed before this returns.
     void Compose(int frames, BYTE value = 1);
