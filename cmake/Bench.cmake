@@ -4,7 +4,10 @@
 find_package(benchmark REQUIRED)
 
 file(GLOB bench_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/bench/*.cpp")
-list(APPEND bench_sources "${PROJECT_SOURCE_DIR}/tests/support/graph_fakes.cpp")
+list(APPEND bench_sources
+    "${PROJECT_SOURCE_DIR}/tests/support/graph_fakes.cpp"
+    "${PROJECT_SOURCE_DIR}/tests/support/guarded_memory.cpp"
+    "${PROJECT_SOURCE_DIR}/tests/support/primitive_cases.cpp")
 if(bench_sources)
     add_executable(bench_qdvm ${bench_sources})
     target_compile_definitions(bench_qdvm PRIVATE

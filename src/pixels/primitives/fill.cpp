@@ -1,5 +1,8 @@
 #include "pixels/primitives/fill.h"
 
+#include "pixels/primitives/checks.h"
+#include "pixels/primitives/forms.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -12,32 +15,40 @@ constexpr std::size_t kMaxGroupBytes = 4;
 // Whole groups of any length fit: a multiple of 12.
 constexpr std::size_t kPatternBytes = 3072;
 
-ImageStatus CheckFill(const BYTE* group, std::size_t groupBytes, const BYTE* dst, ImageSize size) {
+ImageStatus CheckFill(const Sample* group, std::size_t groupBytes, const Sample* dst,
+                      std::ptrdiff_t dstStride, ImageSize size) {
     if (!group || !dst) return kImageNullPointer;
-    if (size.width <= 0 || size.height <= 0 || groupBytes < 1 || groupBytes > kMaxGroupBytes)
-        return kImageSizeError;
-    return kImageOk;
+    if (groupBytes < 1 || groupBytes > kMaxGroupBytes) return kImageSizeError;
+    return CheckSides(
+        size, kOnePixel,
+        Side{dst, dstStride, size.width * static_cast<std::ptrdiff_t>(groupBytes), size.height});
 }
 
 // Repeats the group over `bytes` bytes, a multiple of its length, by doubling what is there.
-void RepeatGroup(const BYTE* group, std::size_t groupBytes, BYTE* row, std::size_t bytes) {
+void RepeatGroup(const void* group, std::size_t groupBytes, Sample* row, std::size_t bytes) {
     std::memcpy(row, group, groupBytes);
     for (std::size_t done = groupBytes; done < bytes; done += std::min(done, bytes - done))
         std::memcpy(row + done, row, std::min(done, bytes - done));
 }
 
-void BlendRow(const BYTE* pattern, unsigned colourWeight, unsigned oldWeight, BYTE* row,
-              std::size_t bytes) {
-    // The sum is at most 255 * 255, so 16-bit lanes hold it.
-    for (std::size_t i = 0; i < bytes; ++i)
-        row[i] = static_cast<BYTE>((row[i] * oldWeight + pattern[i] * colourWeight) >> 8);
+ImageStatus SetPattern(const void* pattern, std::size_t patternBytes, void* dst,
+                       std::int32_t count) {
+    if (!dst) return kImageNullPointer;
+    if (count < 1) return kImageSizeError;
+    const std::size_t bytes = patternBytes * static_cast<std::size_t>(count);
+    const std::size_t block = std::min(bytes, kPatternBytes);
+    Sample* row = static_cast<Sample*>(dst);
+    RepeatGroup(pattern, patternBytes, row, block);
+    for (std::size_t done = block; done < bytes; done += block)
+        std::memcpy(row + done, row, std::min(block, bytes - done));
+    return kImageOk;
 }
 
 }  // namespace
 
-ImageStatus FillRows(const BYTE* group, std::size_t groupBytes, BYTE* dst, std::ptrdiff_t dstStride,
-                     ImageSize size) {
-    const ImageStatus status = CheckFill(group, groupBytes, dst, size);
+ImageStatus FillRows(const Sample* group, std::size_t groupBytes, Sample* dst,
+                     std::ptrdiff_t dstStride, ImageSize size) {
+    const ImageStatus status = CheckFill(group, groupBytes, dst, dstStride, size);
     if (status != kImageOk) return status;
     const std::size_t rowBytes = static_cast<std::size_t>(size.width) * groupBytes;
     if (groupBytes == 1) {
@@ -51,18 +62,28 @@ ImageStatus FillRows(const BYTE* group, std::size_t groupBytes, BYTE* dst, std::
     return kImageOk;
 }
 
-ImageStatus BlendFillRows(const BYTE* group, std::size_t groupBytes, BYTE alpha, BYTE* dst,
+ImageStatus BlendFillRows(const Sample* group, std::size_t groupBytes, Sample alpha, Sample* dst,
                           std::ptrdiff_t dstStride, ImageSize size) {
-    const ImageStatus status = CheckFill(group, groupBytes, dst, size);
+    const ImageStatus status = CheckFill(group, groupBytes, dst, dstStride, size);
     if (status != kImageOk) return status;
+    const auto blend = Forms().blends.blendPattern;
     const std::size_t rowBytes = static_cast<std::size_t>(size.width) * groupBytes;
-    BYTE pattern[kPatternBytes];
-    RepeatGroup(group, groupBytes, pattern, std::min(rowBytes, kPatternBytes));
+    Sample pattern[kPatternBytes];
+    RepeatGroup(group, groupBytes, pattern,
+                std::min(rowBytes, kPatternBytes / groupBytes * groupBytes));
     for (std::ptrdiff_t row = 0; row < size.height; ++row)
         for (std::size_t done = 0; done < rowBytes; done += kPatternBytes)
-            BlendRow(pattern, alpha, 255u - alpha, dst + row * dstStride + done,
-                     std::min(kPatternBytes, rowBytes - done));
+            blend(pattern, dst + row * dstStride + done,
+                  static_cast<std::int32_t>(std::min(kPatternBytes, rowBytes - done)), alpha);
     return kImageOk;
+}
+
+ImageStatus SetPattern32(std::uint32_t value, void* dst, std::int32_t count) {
+    return SetPattern(&value, sizeof(value), dst, count);
+}
+
+ImageStatus SetPattern64(std::uint64_t value, void* dst, std::int32_t count) {
+    return SetPattern(&value, sizeof(value), dst, count);
 }
 
 }  // namespace qdvm
