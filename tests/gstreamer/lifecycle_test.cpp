@@ -21,10 +21,6 @@ TEST(Lifecycle, CanBeUsedAgainAfterReady) {
         mix.Play();
         left.SendMany(5, 10);
         right.SendMany(5, 20);
-        if (round % 2 == 0) {
-            left.End();
-            right.End();
-        }
         const std::vector<Frame> frames = mix.PullMany(5);
         ASSERT_EQ(frames.size(), 5u) << "round " << round;
         EXPECT_EQ(frames[0].pts, 0u);
@@ -36,6 +32,26 @@ TEST(Lifecycle, CanBeUsedAgainAfterReady) {
         EXPECT_EQ(left.Health(), "waiting");
         EXPECT_EQ(left.Count("frames-in"), 0u);
     }
+}
+
+TEST(Lifecycle, EndsAgainAfterAnEndAndReady) {
+    const MixPipeline registers("video/x-raw");
+    GstElement* whole = gst_parse_launch(
+        "qdvideomixer name=m ! fakesink videotestsrc num-buffers=5 ! m. "
+        "videotestsrc num-buffers=5 ! m.",
+        nullptr);
+    GstBus* bus = gst_element_get_bus(whole);
+    for (int round = 0; round < 3; ++round) {
+        (void)gst_element_set_state(whole, GST_STATE_PLAYING);
+        GstMessage* message = gst_bus_timed_pop_filtered(
+            bus, static_cast<GstClockTime>(kPatience.count()) * GST_SECOND, GST_MESSAGE_EOS);
+        ASSERT_NE(message, nullptr) << "round " << round;
+        gst_message_unref(message);
+        (void)gst_element_set_state(whole, GST_STATE_READY);
+    }
+    (void)gst_element_set_state(whole, GST_STATE_NULL);
+    gst_object_unref(bus);
+    gst_object_unref(whole);
 }
 
 TEST(Lifecycle, StopsWhileEveryThreadIsBlocked) {

@@ -127,8 +127,9 @@ Source MixPipeline::Add(const std::string& caps, const std::string& padName) {
 }
 
 void MixPipeline::Remove(const Source& source) {
-    (void)gst_element_set_state(source.Element(), GST_STATE_NULL);
+    // The pad first: it lets a thread go that waits in the mixer.
     gst_element_release_request_pad(mixer, source.Pad());
+    (void)gst_element_set_state(source.Element(), GST_STATE_NULL);
     (void)gst_bin_remove(GST_BIN(pipeline), source.Element());
 }
 

@@ -41,7 +41,7 @@ TEST(Mix, ShowsTwoTestSourcesFromADescription) {
     const MixPipeline registers("video/x-raw");
     GError* error = nullptr;
     GstElement* other = gst_parse_launch(
-        "qdvideomixer name=m sink_1::xpos=32 ! video/x-raw,width=64,height=32 ! videoconvert ! "
+        "qdvideomixer name=m sink_1::xpos=32 ! videoconvert ! "
         "video/x-raw,format=BGRx ! appsink name=out sync=false "
         "videotestsrc num-buffers=10 pattern=white ! video/x-raw,width=32,height=32 ! m.sink_0 "
         "videotestsrc num-buffers=10 pattern=red ! video/x-raw,width=32,height=32 ! m.sink_1",
@@ -63,10 +63,11 @@ TEST(Mix, ShowsTwoTestSourcesFromADescription) {
     gst_object_unref(other);
 }
 
-TEST(Mix, FollowsTheFirstStreamWhereDownstreamTakesAll) {
+TEST(Mix, HasRoomForAllStreamsAtTheFastestRateWhereDownstreamTakesAll) {
     MixPipeline mix("video/x-raw");
     Source slow = mix.Add(Caps(48, 24, "framerate=10/1"));
     Source fast = mix.Add(Caps(16, 16, "framerate=30000/1001"));
+    fast.Place(40, 0);
     for (int i = 0; i < 3; ++i)
         slow.Send(1, static_cast<GstClockTime>(i) * 100 * GST_MSECOND, 100 * GST_MSECOND);
     for (guint64 i = 0; i < 9; ++i)
@@ -77,7 +78,7 @@ TEST(Mix, FollowsTheFirstStreamWhereDownstreamTakesAll) {
     mix.Play();
     const std::vector<Frame> frames = mix.PullAll();
     ASSERT_EQ(frames.size(), 9u);
-    EXPECT_EQ(GST_VIDEO_INFO_WIDTH(&frames[0].info), 48);
+    EXPECT_EQ(GST_VIDEO_INFO_WIDTH(&frames[0].info), 56);
     EXPECT_EQ(GST_VIDEO_INFO_HEIGHT(&frames[0].info), 24);
     EXPECT_EQ(GST_VIDEO_INFO_FPS_N(&frames[0].info), 30000);
     EXPECT_EQ(frames[8].pts, gst_util_uint64_scale(8, 1001 * GST_SECOND, 30000));
@@ -156,17 +157,18 @@ TEST(Mix, BeginsWithTheEarliestStream) {
     Source early = mix.Add(Caps(16, 16));
     Source late = mix.Add(Caps(16, 16));
     late.Place(16, 0);
-    early.SendMany(20, 10, 25);
-    late.SendMany(10, 110, 35);
+    early.SendMany(60, 10, 25);
+    late.SendMany(50, 110, 35);
     early.End();
     late.End();
     mix.Play();
     const std::vector<Frame> frames = mix.PullAll();
-    ASSERT_EQ(frames.size(), 20u);
+    ASSERT_EQ(frames.size(), 60u);
     EXPECT_EQ(frames[0].pts, 25 * kFrame);
     EXPECT_EQ(frames[5].At(16, 0), kBlack);
-    EXPECT_EQ(frames[15].At(16, 0), 115);
-    EXPECT_EQ(frames[15].At(0, 0), 25);
+    // Having joined in flight, it is in step.
+    EXPECT_EQ(frames[45].At(16, 0), 145);
+    EXPECT_EQ(frames[45].At(0, 0), 55);
 }
 
 TEST(Mix, AMasterDrivesTheOutputWithItsStamps) {

@@ -33,7 +33,7 @@ GType BackgroundType() {
     return type;
 }
 
-void SetProperty(GObject* object, guint property, const GValue* value, GParamSpec* spec) {
+void SetProperty(GObject* object, guint property, const GValue* value, GParamSpec* param) {
     Session& session = *GST_QD_VIDEO_MIXER(object)->session;
     ElementSettings settings = session.Settings();
     switch (property) {
@@ -58,13 +58,13 @@ void SetProperty(GObject* object, guint property, const GValue* value, GParamSpe
             settings.postsHealth = g_value_get_boolean(value) != FALSE;
             break;
         default:
-            G_OBJECT_WARN_INVALID_PROPERTY_ID(object, property, spec);
+            G_OBJECT_WARN_INVALID_PROPERTY_ID(object, property, param);
             return;
     }
     session.SetSettings(settings);
 }
 
-void GetProperty(GObject* object, guint property, GValue* value, GParamSpec* spec) {
+void GetProperty(GObject* object, guint property, GValue* value, GParamSpec* param) {
     const Session& session = *GST_QD_VIDEO_MIXER(object)->session;
     const ElementSettings settings = session.Settings();
     switch (property) {
@@ -93,7 +93,7 @@ void GetProperty(GObject* object, guint property, GValue* value, GParamSpec* spe
             g_value_set_pointer(value, session.Mixer());
             break;
         default:
-            G_OBJECT_WARN_INVALID_PROPERTY_ID(object, property, spec);
+            G_OBJECT_WARN_INVALID_PROPERTY_ID(object, property, param);
     }
 }
 

@@ -11,8 +11,12 @@ namespace qdvm {
 
 bool RegisterQdVideoMixerElement(GstPlugin* plugin) {
     GST_DEBUG_CATEGORY_INIT(qdvideomixer_debug, "qdvideomixer", 0, "Live video mixer");
+    // A program that carries the element inside may have loaded the plugin too: the first one's
+    // type stands for both.
+    const GType loaded = g_type_from_name("GstQdVideoMixer");
     // Nothing plugs a mixer by itself.
-    return gst_element_register(plugin, "qdvideomixer", GST_RANK_NONE, GST_TYPE_QD_VIDEO_MIXER);
+    return gst_element_register(plugin, "qdvideomixer", GST_RANK_NONE,
+                                loaded != 0 ? loaded : GST_TYPE_QD_VIDEO_MIXER);
 }
 
 }  // namespace qdvm

@@ -177,11 +177,16 @@ void Session::Stop() {
 
 // A flushing seek: the filter stops, and starts with what comes after it.
 void Session::BeginSeek() {
-    Lock lock(mutex);
+    const Lock lock(mutex);
     if (isQuitting) return;
     isSeeking = true;
     changed.notify_all();
+}
+
+void Session::AwaitHalt() {
+    Lock lock(mutex);
     changed.wait(lock, [&] { return isQuitting || mode == Mode::kGathering; });
+    flow = GST_FLOW_OK;
 }
 
 void Session::EndSeek(GstClockTime position) {

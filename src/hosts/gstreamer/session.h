@@ -88,7 +88,10 @@ public:
     bool Start();
     void Stop();
     void SetPlaying(bool isPlaying) { clock->SetPlaying(isPlaying); }
+    // A flushing seek: what downstream says from BeginSeek on counts for nothing, and after
+    // AwaitHalt the filter has stopped.
     void BeginSeek();
+    void AwaitHalt();
     // position: where the stream begins now, ns.
     void EndSeek(GstClockTime position);
     // Adds what the mixer adds to the latency of live inputs.

@@ -126,7 +126,7 @@ GstFlowReturn Session::TakeGap(PadStream& stream, GstClockTime start, GstClockTi
 }
 
 std::optional<GstFlowReturn> Session::WayOut(const PadStream& stream) const {
-    if (isQuitting || isSeeking || stream.isFlushing) return GST_FLOW_FLUSHING;
+    if (isQuitting || stream.isFlushing) return GST_FLOW_FLUSHING;
     if (flow != GST_FLOW_OK) return flow;
     return std::nullopt;
 }

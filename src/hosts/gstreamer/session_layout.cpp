@@ -3,6 +3,7 @@
 #include "frames/format_table.h"
 #include "hosts/gstreamer/health.h"
 #include "hosts/gstreamer/log.h"
+#include "hosts/gstreamer/pad_rect.h"
 #include "hosts/gstreamer/session.h"
 
 #include <algorithm>
@@ -20,25 +21,6 @@ constexpr gint64 kUnitsPerUs = 10;
 // Alpha, red, green, blue from the top to alpha, blue, green, red.
 LONG MixerColour(guint32 argb) {
     return static_cast<LONG>((argb & 0xFF00FF00u) | (argb & 0xFF) << 16 | (argb >> 16 & 0xFF));
-}
-
-LONG EvenUp(LONG value) { return (value + 1) & ~1; }
-
-// The pad's rect for a stream of this size. False if nothing of the stream is left to show.
-bool RectOf(const PadSettings& pad, int streamWidth, int streamHeight, VM_MIXING_RECT* rect) {
-    *rect = {};
-    rect->rcSource = {EvenUp(pad.cropLeft), EvenUp(pad.cropTop), (streamWidth - pad.cropRight) & ~1,
-                      (streamHeight - pad.cropBottom) & ~1};
-    const LONG shownWidth = rect->rcSource.right - rect->rcSource.left;
-    const LONG shownHeight = rect->rcSource.bottom - rect->rcSource.top;
-    if (shownWidth <= 0 || shownHeight <= 0) return false;
-    // Positions move to even pixels as a whole, so that a picture at its own size stays so.
-    rect->rcTarget.left = EvenUp(pad.x);
-    rect->rcTarget.top = EvenUp(pad.y);
-    rect->rcTarget.right = rect->rcTarget.left + (pad.width > 0 ? pad.width : shownWidth);
-    rect->rcTarget.bottom = rect->rcTarget.top + (pad.height > 0 ? pad.height : shownHeight);
-    rect->dblAlpha = pad.isVisible ? pad.alpha : 0;
-    return true;
 }
 
 }  // namespace
@@ -64,7 +46,7 @@ void Session::ApplyRect(const PadStream& stream, guint changeTimeMs) {
     if (number < 0) return;
     VM_MIXING_RECT rect;
     LONG rectNumber = 0;
-    if (RectOf(pad, picture.nWidth, AbsHeight(picture), &rect))
+    if (RectOfPad(pad, picture.nWidth, AbsHeight(picture), &rect))
         (void)mixer->SetInputRect2(number, &rectNumber, &rect, static_cast<LONG>(changeTimeMs));
     else
         (void)mixer->RemoveAllRects(number);

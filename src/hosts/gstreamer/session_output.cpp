@@ -208,10 +208,11 @@ Session::Step Session::NextStep(Lock& lock) {
         if (isSeeking || flow != GST_FLOW_OK) {
             if (isRunning) return Step::kHalt;
         } else {
+            // First, since a queue that is filled as fast as it is emptied never runs empty.
+            if (isRunning && wantsRestart) return Step::kRestart;
             if (!queue.empty()) return Step::kPush;
             if (mode == Mode::kGathering && StartIsDue()) return Step::kStart;
             if (hasEnded && !endIsPushed) return Step::kEnd;
-            if (isRunning && wantsRestart) return Step::kRestart;
         }
         auto until = limit;
         if (mode == Mode::kGathering && startDeadline) until = std::min(until, *startDeadline);

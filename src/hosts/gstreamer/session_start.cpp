@@ -2,6 +2,7 @@
 
 #include "frames/format_table.h"
 #include "hosts/gstreamer/log.h"
+#include "hosts/gstreamer/pad_rect.h"
 #include "hosts/gstreamer/session.h"
 
 #include <algorithm>
@@ -38,17 +39,18 @@ bool Session::StartIsDue() {
     return allReady || (startDeadline && std::chrono::steady_clock::now() >= *startDeadline);
 }
 
-// Needs the mutex.
+// The first stream's format, the fastest one's rate, and room for all of them. Needs the mutex.
 OutputWish Session::WishedOutput() const {
     OutputWish wish;
     bool rateIsKnown = false;
     for (const auto& stream : streams) {
         if (!stream->format.IsSet()) continue;
         const VM_VIDEO_PROPS& props = stream->format.props;
-        if (wish.fccType == 0) {
-            wish.fccType = props.picProps.fccType;
-            wish.width = props.picProps.nWidth;
-            wish.height = AbsHeight(props.picProps);
+        if (wish.fccType == 0) wish.fccType = props.picProps.fccType;
+        VM_MIXING_RECT rect;
+        if (RectOfPad(stream->settings, props.picProps.nWidth, AbsHeight(props.picProps), &rect)) {
+            wish.width = std::max(wish.width, (rect.rcTarget.right + 1) & ~1);
+            wish.height = std::max(wish.height, (rect.rcTarget.bottom + 1) & ~1);
         }
         if (wish.interlace == eVMI_Progressive) wish.interlace = props.eInterlace;
         const int num = GST_VIDEO_INFO_FPS_N(&stream->format.info);

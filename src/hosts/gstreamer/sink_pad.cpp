@@ -90,10 +90,21 @@ bool* BoolSetting(PadSettings& settings, guint property) {
     }
 }
 
-void SetProperty(GObject* object, guint property, const GValue* value, GParamSpec* spec) {
+class StreamGuard {
+public:
+    explicit StreamGuard(GstQdVideoMixerPad* held) : pad(held) { g_mutex_lock(&pad->streamLock); }
+    ~StreamGuard() { g_mutex_unlock(&pad->streamLock); }
+    StreamGuard(const StreamGuard&) = delete;
+    StreamGuard& operator=(const StreamGuard&) = delete;
+
+private:
+    GstQdVideoMixerPad* const pad;
+};
+
+void SetProperty(GObject* object, guint property, const GValue* value, GParamSpec* param) {
     GstQdVideoMixerPad* pad = GST_QD_VIDEO_MIXER_PAD(object);
-    GST_OBJECT_LOCK(pad);
-    PadSettings settings = *pad->settings;
+    const StreamGuard guard(pad);
+    PadSettings& settings = *pad->settings;
     if (int* number = IntSetting(settings, property))
         *number = g_value_get_int(value);
     else if (bool* isSet = BoolSetting(settings, property))
@@ -103,14 +114,11 @@ void SetProperty(GObject* object, guint property, const GValue* value, GParamSpe
     else if (property == kLostShow)
         settings.lostShow = static_cast<eVM_LostShow>(g_value_get_enum(value));
     else
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, property, spec);
-    *pad->settings = settings;
-    PadStream* stream = pad->stream;
-    GST_OBJECT_UNLOCK(pad);
-    if (stream) pad->session->SetPadSettings(*stream, settings);
+        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, property, param);
+    if (pad->stream) pad->session->SetPadSettings(*pad->stream, settings);
 }
 
-void GetStatus(GstQdVideoMixerPad* pad, guint property, GValue* value, GParamSpec* spec) {
+void GetStatus(GstQdVideoMixerPad* pad, guint property, GValue* value, GParamSpec* param) {
     PadStream* stream = pad->stream;
     const PadCounts counts = stream ? pad->session->CountsOf(*stream) : PadCounts{};
     switch (property) {
@@ -131,15 +139,14 @@ void GetStatus(GstQdVideoMixerPad* pad, guint property, GValue* value, GParamSpe
             g_value_set_int(value, stream ? pad->session->StreamNumberOf(*stream) : -1);
             break;
         default:
-            G_OBJECT_WARN_INVALID_PROPERTY_ID(pad, property, spec);
+            G_OBJECT_WARN_INVALID_PROPERTY_ID(pad, property, param);
     }
 }
 
-void GetProperty(GObject* object, guint property, GValue* value, GParamSpec* spec) {
+void GetProperty(GObject* object, guint property, GValue* value, GParamSpec* param) {
     GstQdVideoMixerPad* pad = GST_QD_VIDEO_MIXER_PAD(object);
-    GST_OBJECT_LOCK(pad);
-    PadSettings settings = *pad->settings;
-    GST_OBJECT_UNLOCK(pad);
+    const StreamGuard guard(pad);
+    PadSettings& settings = *pad->settings;
     if (const int* number = IntSetting(settings, property))
         g_value_set_int(value, *number);
     else if (const bool* isSet = BoolSetting(settings, property))
@@ -149,7 +156,7 @@ void GetProperty(GObject* object, guint property, GValue* value, GParamSpec* spe
     else if (property == kLostShow)
         g_value_set_enum(value, settings.lostShow);
     else
-        GetStatus(pad, property, value, spec);
+        GetStatus(pad, property, value, param);
 }
 
 constexpr auto kSettable =
@@ -404,7 +411,9 @@ const char* HealthName(PadHealth health) {
 G_DEFINE_TYPE(GstQdVideoMixerPad, gst_qd_video_mixer_pad, GST_TYPE_PAD)
 
 static void gst_qd_video_mixer_pad_finalize(GObject* object) {
-    delete GST_QD_VIDEO_MIXER_PAD(object)->settings;
+    GstQdVideoMixerPad* pad = GST_QD_VIDEO_MIXER_PAD(object);
+    delete pad->settings;
+    g_mutex_clear(&pad->streamLock);
     G_OBJECT_CLASS(gst_qd_video_mixer_pad_parent_class)->finalize(object);
 }
 
@@ -418,6 +427,7 @@ static void gst_qd_video_mixer_pad_class_init(GstQdVideoMixerPadClass* klass) {
 }
 
 static void gst_qd_video_mixer_pad_init(GstQdVideoMixerPad* pad) {
+    g_mutex_init(&pad->streamLock);
     pad->settings = new qdvm::PadSettings();
 }
 
@@ -430,15 +440,16 @@ void gst_qd_video_mixer_pad_join(GstQdVideoMixerPad* pad, qdvm::Session* session
     (void)g_signal_connect(pad, "unlinked", G_CALLBACK(qdvm::OnUnlinked), nullptr);
     qdvm::PadStream* stream = session->AddPad(base, number);
     session->SetPadSettings(*stream, *pad->settings);
-    GST_OBJECT_LOCK(pad);
+    const qdvm::StreamGuard guard(pad);
     pad->session = session;
     pad->stream = stream;
-    GST_OBJECT_UNLOCK(pad);
 }
 
 void gst_qd_video_mixer_pad_leave(GstQdVideoMixerPad* pad) {
-    GST_OBJECT_LOCK(pad);
-    qdvm::PadStream* stream = std::exchange(pad->stream, nullptr);
-    GST_OBJECT_UNLOCK(pad);
+    qdvm::PadStream* stream = nullptr;
+    {
+        const qdvm::StreamGuard guard(pad);
+        stream = std::exchange(pad->stream, nullptr);
+    }
     if (stream) pad->session->RemovePad(stream);
 }

@@ -14,9 +14,10 @@ G_BEGIN_DECLS
 
 struct GstQdVideoMixerPad {
     GstPad parent;
+    GMutex streamLock;            // held while a property is at work with the stream
     qdvm::PadStream* stream;      // the session's, null before and after its time with it
-    qdvm::Session* session;       // borrowed, null likewise
-    qdvm::PadSettings* settings;  // owned; what was set while there is no stream
+    qdvm::Session* session;       // borrowed
+    qdvm::PadSettings* settings;  // owned
 };
 
 struct GstQdVideoMixerPadClass {

@@ -107,8 +107,9 @@ bool Seek(GstPad* pad, GstObject* parent, GstEvent* event) {
     const guint32 seqnum = gst_event_get_seqnum(event);
     GstEvent* flushStart = gst_event_new_flush_start();
     gst_event_set_seqnum(flushStart, seqnum);
-    (void)gst_pad_push_event(pad, flushStart);
     session.BeginSeek();
+    (void)gst_pad_push_event(pad, flushStart);
+    session.AwaitHalt();
     const bool isDone = SeekInputs(GST_ELEMENT(parent), event);
     GstEvent* flushStop = gst_event_new_flush_stop(TRUE);
     gst_event_set_seqnum(flushStop, seqnum);
