@@ -5,6 +5,7 @@
 #include "pixels/primitives/channels.h"
 #include "pixels/primitives/colour_space.h"
 #include "pixels/primitives/convert.h"
+#include "pixels/primitives/convert_709.h"
 #include "pixels/primitives/copy.h"
 #include "pixels/primitives/fill.h"
 #include "pixels/primitives/filters.h"
@@ -264,6 +265,10 @@ void AddColour(std::vector<PrimitiveCase>* cases) {
     };
     add("BGRAToYUY2", toPacked(4), Call(BGRAToYUY2), SLOT(colour.bgraToPacked[kLumaFirst]), pair);
     add("BGRAToUYVY", toPacked(4), Call(BGRAToUYVY), SLOT(colour.bgraToPacked[kLumaSecond]), pair);
+    add("CbYCr422ToBGR_709CSC_8u_C2C4R", std::vector<Operand>{Read(Pairs(4)), Write(Pairs(8))},
+        Call(CbYCr422ToBGR_709CSC_8u_C2C4R), SLOT(colour709.packedToBgra), pair);
+    add("BGRToCbYCr422_709CSC_8u_C4C2R", toPacked(4), Call(BGRToCbYCr422_709CSC_8u_C4C2R),
+        SLOT(colour709.bgraToPacked), pair);
     add("BGRToYUY2", toPacked(3), Call(BGRToYUY2), SLOT(colour.bgrToPacked), pair);
     const auto toPlanes = [](int bytes) {
         return std::vector<Operand>{Read(Pairs(2 * bytes, 2, 2)), Write(Pairs(2, 2, 2)),

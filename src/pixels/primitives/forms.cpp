@@ -21,6 +21,7 @@ RowForms MakePlain() {
     forms.channels = kChannelRowsPlain;
     forms.packed = kPackedRowsPlain;
     forms.colour = kColourRowsPlain;
+    forms.colour709 = kColour709RowsPlain;
     forms.keySpaces = kKeySpaceRowsPlain;
     forms.filters = kFilterRowsPlain;
     forms.blends = kBlendRowsPlain;

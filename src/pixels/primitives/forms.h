@@ -72,6 +72,12 @@ struct KeySpaceRows {
     void (*rgbToYuv)(const Sample* src, Sample* dst, std::int32_t n);
 };
 
+// The matrix of Rec. 709, packed in the order Cb, Y, Cr, Y. The fourth byte becomes 255.
+struct Colour709Rows {
+    void (*packedToBgra)(const Sample* src, Sample* dst, std::int32_t pairs);
+    void (*bgraToPacked)(const Sample* src, Sample* dst, std::int32_t pairs);
+};
+
 struct FilterRows {
     // a, b and c are the rows above, at and below, from the column left of the first one.
     void (*box3)(const Sample* a, const Sample* b, const Sample* c, Sample* dst, std::int32_t n);
@@ -144,6 +150,7 @@ struct RowForms {
     ChannelRows channels;
     PackedRows packed;
     ColourRows colour;
+    Colour709Rows colour709;
     KeySpaceRows keySpaces;
     FilterRows filters;
     BlendRows blends;
@@ -164,6 +171,7 @@ const RowForms* UseForms(const RowForms* forms);
 extern const ChannelRows kChannelRowsPlain;
 extern const PackedRows kPackedRowsPlain;
 extern const ColourRows kColourRowsPlain;
+extern const Colour709Rows kColour709RowsPlain;
 extern const KeySpaceRows kKeySpaceRowsPlain;
 extern const FilterRows kFilterRowsPlain;
 extern const BlendRows kBlendRowsPlain;

@@ -6,6 +6,7 @@
 // The vectors come first: the rows are written over them.
 #include "pixels/primitives/blend_rows_vector.h"
 #include "pixels/primitives/channel_rows_vector.h"
+#include "pixels/primitives/colour_709_rows_vector.h"
 #include "pixels/primitives/colour_rows_vector.h"
 #include "pixels/primitives/filter_rows_vector.h"
 #include "pixels/primitives/key_space_rows_avx2.h"
@@ -18,6 +19,7 @@ void UseAvx2Rows(RowForms* forms) {
     UseVectorRows(&forms->channels);
     UseVectorRows(&forms->packed);
     UseVectorRows(&forms->colour);
+    UseVectorRows(&forms->colour709);
     UseVectorRows(&forms->filters);
     UseVectorRows(&forms->blends);
     UseVectorRows(&forms->resize);

@@ -6,6 +6,7 @@
 // The vectors come first: the rows are written over them.
 #include "pixels/primitives/blend_rows_vector.h"
 #include "pixels/primitives/channel_rows_vector.h"
+#include "pixels/primitives/colour_709_rows_vector.h"
 #include "pixels/primitives/colour_rows_vector.h"
 #include "pixels/primitives/filter_rows_vector.h"
 #include "pixels/primitives/resize_rows_vector.h"
@@ -16,6 +17,7 @@ void UseSsse3Rows(RowForms* forms) {
     UseVectorRows(&forms->channels);
     UseVectorRows(&forms->packed);
     UseVectorRows(&forms->colour);
+    UseVectorRows(&forms->colour709);
     UseVectorRows(&forms->filters);
     UseVectorRows(&forms->blends);
     UseVectorRows(&forms->resize);
