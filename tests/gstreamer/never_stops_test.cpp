@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <iterator>
+
 namespace qdvm::test {
 namespace {
 
@@ -27,7 +30,7 @@ protected:
         ExpectContinuous(frames);
         for (std::size_t i = 0; i < frames.size(); ++i) {
             EXPECT_EQ(frames[i].pts, (static_cast<GstClockTime>(from) + i) * kFrame);
-            EXPECT_EQ(frames[i].At(0, 0), 10 + from + static_cast<int>(i));
+            EXPECT_EQ(frames[i].At(0, 0), (10 + from + static_cast<int>(i)) % 256);
         }
         return frames;
     }
@@ -192,6 +195,7 @@ TEST_F(NeverStops, ForPadsThatComeAndGoInTurn) {
     };
     for (int round = 0; round < 5; ++round) {
         Source guest = AddOther();
+        guest.Set("max-wait", 1000);
         const int now = static_cast<int>(frames.size());
         guest.SendMany(kFrames - now, 10 + now, now);
         EXPECT_TRUE(Eventually([&] { return guest.Count("frames-in") > 0; }));
@@ -232,7 +236,34 @@ TEST_F(NeverStops, ForAGapInAStream) {
     mix.Play();
     const std::vector<Frame> frames = ExpectSteady(60);
     EXPECT_EQ(frames[30].At(32, 0), 102);
-    EXPECT_EQ(frames[55].At(32, 0), 155);
+    EXPECT_EQ(frames[49].At(32, 0), 102);
+    EXPECT_EQ(frames[50].At(32, 0), 150);
+    EXPECT_EQ(frames[59].At(32, 0), 159);
+}
+
+// Whose slots must not all be composed at once when the mixer starts anew.
+TEST_F(NeverStops, ForAPadThatJoinsDuringTheGapOfAnother) {
+    Source sparse = AddOther(Caps(16, 16));
+    sparse.SendMany(3, 100);
+    sparse.SendMany(10, 150, 500);
+    steady.SendMany(600, 10);
+    mix.Play();
+    std::vector<Frame> frames = ExpectSteady(10);
+    Source late = mix.Add(Caps(16, 16));
+    late.Set("max-wait", 1000);
+    late.Place(48, 16);
+    late.SendMany(600, 10);
+    frames = mix.PullMany(495);
+    ExpectContinuous(frames);
+    std::vector<int> shown;
+    std::ranges::transform(frames, std::back_inserter(shown),
+                           [](const Frame& f) { return f.At(32, 0); });
+    std::vector<int> expected(490, 102);
+    for (int i = 0; i < 5; ++i) expected.push_back(150 + i);
+    EXPECT_EQ(shown, expected);
+    EXPECT_EQ(frames[480].At(48, 16), frames[480].At(0, 0));
+    EXPECT_EQ(frames[480].At(0, 0), (10 + 490) % 256);
+    EXPECT_EQ(frames[494].At(32, 0), 154);
 }
 
 TEST_F(NeverStops, ForAllPadsAtOnce) {

@@ -82,6 +82,7 @@ struct PadStream {
     bool isFlushing = false;
     bool isLeaving = false;
     bool isInReceive = false;
+    bool hasPicture = false;           // the filter has a frame to show for it
     bool isHeld = false;               // waits for the output to reach its frame
     std::optional<FrameSpan> pending;  // the frame that its thread waits to hand over
     GstClockTimeDiff lastStop = 0;     // running time of the end of the frame before

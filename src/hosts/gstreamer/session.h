@@ -127,15 +127,18 @@ private:
 
     // session_input.cpp
     GstFlowReturn Deliver(PadStream& stream, GstBuffer* buffer, FrameSpan span);
+    std::optional<Placement> AwaitPlace(PadStream& stream, Lock& lock);
     std::optional<GstFlowReturn> WayOut(const PadStream& stream) const;
     Placement Place(PadStream& stream, const FrameSpan& span);
     bool ShiftIfLate(PadStream& stream, REFERENCE_TIME late);
+    bool IsFarAhead(const PadStream& stream, const FrameSpan& span) const;
     void Hold(PadStream& stream, Lock& lock);
-    HRESULT Send(PadStream& stream, GstBuffer* buffer, FrameSpan span, bool aligns);
-    Ref<WrappedSample> WrapBuffer(PadStream& stream, GstBuffer* buffer, std::int32_t* rowWidth);
+    HRESULT Send(PadStream& stream, GstBuffer* buffer, FrameSpan span);
+    Ref<WrappedSample> WrapBuffer(PadStream& stream, GstBuffer* buffer, std::int32_t* rowWidth,
+                                  HeldFrame* frame);
     GstBuffer* CopyToMixerLayout(PadStream& stream, GstBuffer* buffer);
     FrameSpan SpanOf(PadStream& stream, GstBuffer* buffer, bool* isInside) const;
-    void Keep(PadStream& stream, HeldFrame frame);
+    void ForgetPicture(PadStream& stream);
     void WaitUntilOut(PadStream& stream, Lock& lock);
 
     // session_start.cpp
@@ -153,7 +156,7 @@ private:
     HRESULT ConnectOutput();
     HRESULT RunFilter();
     void ShowOn(const std::vector<Member>& members);
-    void SendHeld(PadStream& stream);
+    void SendHeld(PadStream& stream, std::uint64_t slot);
     std::vector<PadStream*> SilentStreams() const;
     void ChooseMaster(const std::vector<Member>& members);
     bool ConnectAndRun(const std::vector<PadStream*>& silent);

@@ -11,9 +11,6 @@ namespace {
 
 constexpr GstClockTime kNsPerUnit = 100;
 
-// A stream that leaves out more slots than this is not waited for until its next frame is due.
-constexpr std::int64_t kLargestGap = 8;
-
 // A stream that is late for this long is shown late rather than not at all, us.
 constexpr gint64 kLongestLateness = 2 * G_USEC_PER_SEC;
 
@@ -137,14 +134,52 @@ GstFlowReturn Session::Deliver(PadStream& stream, GstBuffer* buffer, FrameSpan s
     Lock lock(mutex);
     if (buffer) ++stream.counts.in;
     stream.lastArrival = g_get_monotonic_time();
-    stream.pending = span;
-    changed.notify_all();
-    Placement placement = Placement::kHold;
-    for (;;) {
-        if (const auto result = WayOut(stream)) {
-            stream.pending.reset();
-            return *result;
+    HRESULT result = S_OK;
+    for (bool isFilling = true; isFilling;) {
+        stream.pending = span;
+        changed.notify_all();
+        const std::optional<Placement> placement = AwaitPlace(stream, lock);
+        stream.pending.reset();
+        stream.isHeld = false;
+        if (!placement) return *WayOut(stream);
+        if (placement == Placement::kDrop) {
+            ++stream.counts.dropped;
+            return GST_FLOW_OK;
         }
+        if (placement == Placement::kAlign) {
+            stream.isAligned = true;
+            stream.mayShift = false;
+            stream.baseFrame = NextFrame();
+            stream.nextSlot = 0;
+        }
+        isFilling = IsFarAhead(stream, span);
+        if (isFilling) ++stream.counts.repeated;
+        stream.isInReceive = true;
+        const std::uint64_t slot = stream.nextSlot;
+        lock.unlock();
+        if (placement == Placement::kAlign) (void)stream.pin->SendNewSegment();
+        if (isFilling) {
+            SendHeld(stream, slot);
+        } else {
+            result = Send(stream, buffer, span);
+        }
+        lock.lock();
+        stream.isInReceive = false;
+        stream.lastArrival = g_get_monotonic_time();
+        changed.notify_all();
+        if (const auto out = WayOut(stream)) return *out;
+    }
+    if (Succeeded(result) || IsStopped(result)) return GST_FLOW_OK;
+    lock.unlock();
+    GST_ELEMENT_ERROR(element, STREAM, MUX,
+                      ("%s: the mixer refused a frame", GST_PAD_NAME(stream.pad)),
+                      ("result 0x%08x", static_cast<unsigned>(result)));
+    return GST_FLOW_ERROR;
+}
+
+// Waits until the pending frame can go in or has to go; none if there is a reason to give up.
+std::optional<Session::Placement> Session::AwaitPlace(PadStream& stream, Lock& lock) {
+    while (!WayOut(stream)) {
         if (mode != Mode::kRunning || stream.streamNumber < 0) {
             if (mode == Mode::kRunning && !wantsRestart) {
                 wantsRestart = true;
@@ -153,36 +188,11 @@ GstFlowReturn Session::Deliver(PadStream& stream, GstBuffer* buffer, FrameSpan s
             changed.wait(lock);
             continue;
         }
-        placement = Place(stream, span);
-        if (placement != Placement::kHold) break;
+        const Placement placement = Place(stream, *stream.pending);
+        if (placement != Placement::kHold) return placement;
         Hold(stream, lock);
     }
-    stream.pending.reset();
-    stream.isHeld = false;
-    if (placement == Placement::kDrop) {
-        ++stream.counts.dropped;
-        return GST_FLOW_OK;
-    }
-    if (placement == Placement::kAlign) {
-        stream.isAligned = true;
-        stream.mayShift = false;
-        stream.baseFrame = NextFrame();
-        stream.nextSlot = 0;
-    }
-    stream.isInReceive = true;
-    lock.unlock();
-    const HRESULT result = Send(stream, buffer, span, placement == Placement::kAlign);
-    lock.lock();
-    stream.isInReceive = false;
-    stream.lastArrival = g_get_monotonic_time();
-    changed.notify_all();
-    if (const auto out = WayOut(stream)) return *out;
-    if (Succeeded(result) || IsStopped(result)) return GST_FLOW_OK;
-    lock.unlock();
-    GST_ELEMENT_ERROR(element, STREAM, MUX,
-                      ("%s: the mixer refused a frame", GST_PAD_NAME(stream.pad)),
-                      ("result 0x%08x", static_cast<unsigned>(result)));
-    return GST_FLOW_ERROR;
+    return std::nullopt;
 }
 
 // Where the frame belongs. Needs the mutex.
@@ -204,8 +214,7 @@ Session::Placement Session::Place(PadStream& stream, const FrameSpan& span) {
         if (now.nGridLag > static_cast<std::int64_t>(stream.baseFrame))
             stream.baseFrame = static_cast<std::uint64_t>(now.nGridLag);
         const auto ownNext = static_cast<std::int64_t>(stream.baseFrame + stream.nextSlot);
-        const bool isInStep = next <= ownNext + 1;
-        if (isInStep && slot <= std::max(ownNext, next) + kLargestGap) {
+        if (next <= ownNext + 1) {
             stream.lateSince = 0;
             return Placement::kDeliver;
         }
@@ -215,7 +224,18 @@ Session::Placement Session::Place(PadStream& stream, const FrameSpan& span) {
         return Placement::kAlign;
     }
     stream.lateSince = 0;
-    return slot > next ? Placement::kHold : Placement::kAlign;
+    // With a picture to show meanwhile the stream stays in step up to this one.
+    return slot > next && !stream.hasPicture ? Placement::kHold : Placement::kAlign;
+}
+
+// Whether slots are left out before the frame. They are filled one by one with the picture from
+// before: a frame that waited in the filter for a slot far ahead would have all slots up to there
+// composed at once when the filter is drained. Needs the mutex.
+bool Session::IsFarAhead(const PadStream& stream, const FrameSpan& span) const {
+    if (!stream.hasPicture || master || stream.settings.ignoresTime) return false;
+    const REFERENCE_TIME start = grid.Snap(grid.ToMixer(span.start + stream.shift));
+    const auto own = static_cast<REFERENCE_TIME>(stream.baseFrame + stream.nextSlot);
+    return start >= (own + 1) * grid.Period();
 }
 
 // Whether a stream whose frames come too late is shown all the same from here on. Needs the mutex.
@@ -246,10 +266,14 @@ void Session::Hold(PadStream& stream, Lock& lock) {
 }
 
 // Outside of the mutex, with the stream marked as in Receive.
-HRESULT Session::Send(PadStream& stream, GstBuffer* buffer, FrameSpan span, bool aligns) {
+HRESULT Session::Send(PadStream& stream, GstBuffer* buffer, FrameSpan span) {
     std::int32_t rowWidth = stream.typeRowWidth;
-    Ref<WrappedSample> sample = WrapBuffer(stream, buffer, &rowWidth);
-    if (!sample) return E_OUTOFMEMORY;
+    HeldFrame frame;
+    const Ref<WrappedSample> sample = WrapBuffer(stream, buffer, &rowWidth, &frame);
+    if (!sample) {
+        gst_clear_buffer(&frame.buffer);
+        return E_OUTOFMEMORY;
+    }
     const bool changesType = buffer && (!stream.typeIsKnown || rowWidth != stream.typeRowWidth);
     const bool changesFormat = buffer && !stream.typeIsKnown;
     if (changesType) {
@@ -257,7 +281,10 @@ HRESULT Session::Send(PadStream& stream, GstBuffer* buffer, FrameSpan span, bool
         HRESULT result = BuildStreamType(stream.format, rowWidth, &type);
         if (Succeeded(result))
             result = sample->SetMediaType(const_cast<AM_MEDIA_TYPE*>(&type.Get()));
-        if (Failed(result)) return result;
+        if (Failed(result)) {
+            gst_clear_buffer(&frame.buffer);
+            return result;
+        }
     }
     REFERENCE_TIME start = 0;
     REFERENCE_TIME stop = 0;
@@ -273,14 +300,18 @@ HRESULT Session::Send(PadStream& stream, GstBuffer* buffer, FrameSpan span, bool
     (void)sample->SetTime(&start, &stop);
     if (buffer)
         (void)sample->SetDiscontinuity(GST_BUFFER_FLAG_IS_SET(buffer, GST_BUFFER_FLAG_DISCONT));
-    if (aligns) (void)stream.pin->SendNewSegment();
     const HRESULT result = stream.pin->Send(sample.Get());
     LONGLONG slot = 0;
     LONGLONG nextSlot = 0;
     if (Succeeded(result) && Succeeded(sample->GetMediaTime(&slot, &nextSlot))) {
         const Lock lock(mutex);
         stream.nextSlot = static_cast<std::uint64_t>(nextSlot);
+        if (buffer) {
+            stream.hasPicture = true;
+            std::swap(frame, stream.lastFrame);
+        }
     }
+    gst_clear_buffer(&frame.buffer);
     if (changesFormat) {
         const std::scoped_lock layout(layoutMutex);
         ApplyRect(stream, 0);
@@ -289,9 +320,9 @@ HRESULT Session::Send(PadStream& stream, GstBuffer* buffer, FrameSpan span, bool
 }
 
 // A sample over the buffer's own memory where the mixer can express its layout, over a copy
-// otherwise. rowWidth is set to that of the layout.
-Ref<WrappedSample> Session::WrapBuffer(PadStream& stream, GstBuffer* buffer,
-                                       std::int32_t* rowWidth) {
+// otherwise. rowWidth is set to that of the layout, frame to the memory, with a reference.
+Ref<WrappedSample> Session::WrapBuffer(PadStream& stream, GstBuffer* buffer, std::int32_t* rowWidth,
+                                       HeldFrame* frame) {
     Ref<WrappedSample> sample = stream.samples->Take();
     if (!sample || !buffer) return sample;
     PIC_PROPS picture = stream.format.props.picProps;
@@ -300,7 +331,7 @@ Ref<WrappedSample> Session::WrapBuffer(PadStream& stream, GstBuffer* buffer,
         picture.nRowWidth = *found;
         if (sample->Wrap(buffer, places.offset[0], FrameBytes(picture))) {
             *rowWidth = *found;
-            Keep(stream, {gst_buffer_ref(buffer), places.offset[0], FrameBytes(picture)});
+            *frame = {gst_buffer_ref(buffer), places.offset[0], FrameBytes(picture)};
             return sample;
         }
     }
@@ -309,7 +340,7 @@ Ref<WrappedSample> Session::WrapBuffer(PadStream& stream, GstBuffer* buffer,
     if (!copy) return {};
     picture.nRowWidth = picture.nWidth;
     const bool isWrapped = sample->Wrap(copy, 0, FrameBytes(picture));
-    Keep(stream, {copy, 0, FrameBytes(picture)});
+    *frame = {copy, 0, FrameBytes(picture)};
     *rowWidth = picture.nWidth;
     return isWrapped ? sample : Ref<WrappedSample>();
 }
@@ -334,7 +365,8 @@ GstBuffer* Session::CopyToMixerLayout(PadStream& stream, GstBuffer* buffer) {
     return copy;
 }
 
-void Session::Keep(PadStream& stream, HeldFrame frame) {
+void Session::ForgetPicture(PadStream& stream) {
+    HeldFrame frame;
     {
         const Lock lock(mutex);
         std::swap(frame, stream.lastFrame);
@@ -366,7 +398,7 @@ void Session::BeginStream(PadStream& stream) {
     Lock lock(mutex);
     if (!stream.hasEnded && !stream.isUnlinked) return;
     stream.hasEnded = stream.isUnlinked = false;
-    stream.isAligned = stream.isHeld = false;
+    stream.isAligned = stream.isHeld = stream.hasPicture = false;
     const int number = stream.streamNumber;
     const PadSettings pad = stream.settings;
     lock.unlock();
@@ -386,7 +418,7 @@ void Session::EndFlush(PadStream& stream, bool begins) {
     Lock lock(mutex);
     stream.isFlushing = false;
     stream.hasEnded = stream.isUnlinked = false;
-    stream.isAligned = stream.isHeld = false;
+    stream.isAligned = stream.isHeld = stream.hasPicture = false;
     stream.mayShift = !isSeeking && !begins;
     if (isSeeking || begins) stream.shift = 0;
     stream.lateSince = 0;
@@ -394,7 +426,7 @@ void Session::EndFlush(PadStream& stream, bool begins) {
     stream.pending.reset();
     const int number = mode == Mode::kRunning ? stream.streamNumber : -1;
     lock.unlock();
-    Keep(stream, {});
+    ForgetPicture(stream);
     if (number >= 0) (void)mixer->FlushBuffers(number);
 }
 

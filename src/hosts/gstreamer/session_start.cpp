@@ -238,7 +238,7 @@ HRESULT Session::RunFilter() {
         begin = static_cast<REFERENCE_TIME>(grid.StampOf(0) / kNsPerUnit);
         framesTaken = 0;
         for (const auto& stream : streams) {
-            stream->isAligned = stream->isHeld = false;
+            stream->isAligned = stream->isHeld = stream->hasPicture = false;
             stream->nextSlot = stream->baseFrame = 0;
         }
     }
@@ -261,14 +261,15 @@ void Session::ShowOn(const std::vector<Member>& members) {
         const bool isLost = stream.wasLost;
         const eVM_LostShow show = stream.settings.lostShow;
         lock.unlock();
-        if (isOver || isAhead || isLost) SendHeld(stream);
+        if (isOver || isAhead || isLost) SendHeld(stream, 0);
         if (isOver) (void)stream.pin->SendEndOfStream();
         if (isLost || (isOver && stream.isUnlinked))
             (void)mixer->SetStreamLost(member.newNumber, show);
     }
 }
 
-void Session::SendHeld(PadStream& stream) {
+// The last frame again for this slot of the filter's.
+void Session::SendHeld(PadStream& stream, std::uint64_t slot) {
     HeldFrame held;
     REFERENCE_TIME start = 0;
     REFERENCE_TIME stop = 0;
@@ -277,12 +278,16 @@ void Session::SendHeld(PadStream& stream) {
         if (!stream.lastFrame.buffer || !stream.typeIsKnown) return;
         held = stream.lastFrame;
         (void)gst_buffer_ref(held.buffer);
-        stop = grid.Period();
+        start = static_cast<REFERENCE_TIME>(slot) * grid.Period();
+        stop = start + grid.Period();
     }
     if (const Ref<WrappedSample> sample = stream.samples->Take();
         sample && sample->Wrap(held.buffer, held.offset, held.length)) {
         (void)sample->SetTime(&start, &stop);
         (void)stream.pin->Send(sample.Get());
+        const Lock lock(mutex);
+        stream.hasPicture = true;
+        stream.nextSlot = slot + 1;
     }
     gst_buffer_unref(held.buffer);
 }
