@@ -45,6 +45,10 @@ TEST_F(BadInputs, AreNamedWithTheReason) {
     ExpectRefused(directory.Path().string(), "it is a directory");
     ExpectRefused(Written("empty.webm", ""), "it is empty");
     ExpectRefused(Written("letter.txt", std::string(4096, 'a') + "\n"), "not a video");
+    ASSERT_TRUE(Launch("videotestsrc num-buffers=1 ! pngenc ! filesink location=" + Name("a.png")));
+    std::ifstream png(Name("a.png"), std::ios::binary);
+    const std::string whole{std::istreambuf_iterator<char>(png), {}};
+    ExpectRefused(Written("cut.png", whole.substr(0, 200)), "no picture comes out of it");
     std::string noise(100'000, '\0');
     for (std::size_t i = 0; i < noise.size(); ++i) {
         noise[i] = static_cast<char>(i * 2654435761U >> 13);

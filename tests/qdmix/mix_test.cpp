@@ -6,6 +6,7 @@
 #include <gst/gst.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -144,6 +145,54 @@ TEST_F(Mixes, AFileIsReplacedOnlyWhereAsked) {
     const Outcome itself = RunCommand({Name("mix.avi"), "-y", "-o", Name("mix.avi")});
     EXPECT_EQ(itself.status, 5) << itself.err;
     EXPECT_EQ(Files(), 1U);
+}
+
+TEST_F(Mixes, NothingItIsMadeFromIsReplaced) {
+    ASSERT_EQ(RunCommand({"test:white?size=64x48", "--duration", "0.1", "-o", Name("a.avi"),
+                          "--capture", Name("a.png")})
+                  .status,
+              0);
+    const auto expectRefused = [&](std::vector<std::string> arguments, const std::string& why) {
+        arguments.insert(arguments.end(), {"test:white?size=64x48", "--duration", "0.1", "-y"});
+        const Outcome outcome = RunCommand(arguments);
+        EXPECT_EQ(outcome.status, 5) << why;
+        EXPECT_NE(outcome.err.find(why), std::string::npos) << outcome.err;
+        EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
+    };
+    const std::string film = Name("mix.avi");
+    expectRefused({Name("a.png"), "-o", film, "--sheet", Name("a.png")}, "it is input 1");
+    expectRefused({Name("a.png"), "-o", film, "--capture", Name("./a.png")}, "it is input 1");
+    expectRefused({"-o", film, "--sheet", Name("s.png"), "--capture", Name("s.png")},
+                  "it is sheet");
+    EXPECT_EQ(Files(), 2U);
+}
+
+TEST_F(Mixes, StillsAreTheFramesOfTheirTimes) {
+    const Outcome outcome =
+        RunCommand({"--move", "32,0@0.2", "test:white?size=32x32", "--size", "64x32", "--rate",
+                    "25", "--duration", "0.4", "-o", Name("mix.y4m"), "--capture",
+                    Name("later.png@0.2"), "--capture", Name("before.png@0.19")});
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    for (const char* still : {"before", "later"}) {
+        const std::string name = Name(still);
+        ASSERT_EQ(RunCommand({name + ".png", "--duration", "0.04", "-o", name + ".y4m"}).status, 0);
+        const Film film = ReadFilm(name + ".y4m");
+        ASSERT_EQ(film.width, 64U);
+        const bool isBefore = still == std::string("before");
+        EXPECT_NEAR(film.Luma(0, 10, 10), isBefore ? kWhite : kBlack, kTolerance) << still;
+        EXPECT_NEAR(film.Luma(0, 40, 10), isBefore ? kBlack : kWhite, kTolerance) << still;
+    }
+    // Where the end isn't known before, the film stays and the command says what isn't there.
+    ASSERT_TRUE(
+        Launch("videotestsrc num-buffers=5 ! video/x-raw,width=64,height=48 ! jpegenc ! "
+               "avimux ! filesink location=" +
+               Name("short.avi")));
+    const Outcome early =
+        RunCommand({Name("short.avi"), "-o", Name("short.y4m"), "--capture", Name("never.png@9")});
+    EXPECT_EQ(early.status, 5);
+    EXPECT_NE(early.err.find("never.png): never made"), std::string::npos) << early.err;
+    EXPECT_FALSE(fs::exists(Name("never.png")));
+    EXPECT_TRUE(fs::exists(Name("short.y4m")));
 }
 
 TEST_F(Mixes, OutputsThatCantBeAreNamed) {

@@ -36,20 +36,95 @@ TEST(Options, InputOptionsBelongToTheNextInputOnly) {
                 "--master", "b.webm", "c.webm", "-o", "out.webm"});
     ASSERT_EQ(line.inputs.size(), 3U);
     const InputOptions& first = line.inputs[0].options;
-    EXPECT_EQ(first.target, (Geometry{{0, 0}, {10, -20}}));
-    EXPECT_EQ(first.source, (Geometry{{320, 240}, {16, 8}}));
-    EXPECT_EQ(first.alpha, 0.5);
+    const RectChange& shown = first.rects[0].first;
+    EXPECT_EQ(shown.target, (Geometry{{0, 0}, {10, -20}}));
+    EXPECT_EQ(shown.source, (Geometry{{320, 240}, {16, 8}}));
+    EXPECT_EQ(shown.alpha, 0.5);
     EXPECT_TRUE(first.loop);
     const InputOptions& second = line.inputs[1].options;
-    EXPECT_EQ(second.moves, (std::vector<Move>{{{1, 2}, 500'000'000, 0},
-                                               {{3, 4}, 60'000'000'000, 2'000'000'000}}));
+    ASSERT_EQ(second.rects[0].moves.size(), 2U);
+    EXPECT_EQ(second.rects[0].moves[1].change.target, (Geometry{{0, 0}, {3, 4}}));
+    EXPECT_EQ(second.rects[0].moves[1].span, (Span{60'000'000'000, 2'000'000'000}));
     EXPECT_EQ(second.lost, "bars");
     EXPECT_EQ(second.waitFrames, 0);
     EXPECT_TRUE(second.master);
     EXPECT_FALSE(second.loop);
     const InputOptions& third = line.inputs[2].options;
-    EXPECT_FALSE(third.master || third.source || third.waitFrames);
-    EXPECT_EQ(third.target, Geometry{});
+    EXPECT_FALSE(third.master || third.waitFrames);
+    ASSERT_EQ(third.rects.size(), 1U);
+    EXPECT_EQ(third.rects[0].first, RectChange{});
+}
+
+TEST(Options, ARectIsDescribedInTheSameWordsNowAndLater) {
+    const CommandLine line =
+        Parsed({"--fit",
+                "crop",
+                "--border",
+                "8,#102030,0.5",
+                "--flip=both",
+                "--fields",
+                "one",
+                "--turn",
+                "30,-12.5",
+                "--view",
+                "60",
+                "--eye",
+                "0.5,0",
+                "--mask",
+                "circle",
+                "--rect",
+                "--target",
+                "64x48+2+4",
+                "--move",
+                "fit=letterbox border=4 flip=vertical fields=both turn=0,0 view=20 eye=1,1 @1.5+2",
+                "--move",
+                "source=8x8+0+0 8x8+4+4 alpha=0@3",
+                "a",
+                "-o",
+                "o.avi"});
+    ASSERT_EQ(line.inputs[0].options.rects.size(), 2U);
+    const RectOptions& one = line.inputs[0].options.rects[0];
+    EXPECT_EQ(one.first, (RectChange{.border = Border{8, 0x80102030},
+                                     .flip = Flip{true, true},
+                                     .isOneField = true,
+                                     .fit = Fit::kCrop,
+                                     .mask = "circle",
+                                     .turn = Pair{30, -12.5},
+                                     .viewAngle = 60,
+                                     .eye = Pair{0.5, 0}}));
+    EXPECT_TRUE(one.moves.empty());
+    const RectOptions& other = line.inputs[0].options.rects[1];
+    EXPECT_EQ(other.first, (RectChange{.target = Geometry{{64, 48}, {2, 4}}}));
+    ASSERT_EQ(other.moves.size(), 2U);
+    EXPECT_EQ(other.moves[0], (Move{{.border = Border{4, 0xFFFFFFFF},
+                                     .flip = Flip{false, true},
+                                     .isOneField = false,
+                                     .fit = Fit::kLetterBox,
+                                     .turn = Pair{0, 0},
+                                     .viewAngle = 20,
+                                     .eye = Pair{1, 1}},
+                                    {1'500'000'000, 2'000'000'000}}));
+    EXPECT_EQ(
+        other.moves[1],
+        (Move{
+            {.source = Geometry{{8, 8}, {0, 0}}, .target = Geometry{{8, 8}, {4, 4}}, .alpha = 0.0},
+            {3'000'000'000, 0}}));
+    // Whatever an option of a rect tells has its setting, and the other way round.
+    for (const OptionRow& row : OptionTable()) {
+        EXPECT_TRUE(row.take != nullptr || FindRectSetting(row.name) != nullptr) << row.name;
+    }
+}
+
+TEST(Options, BackgroundsAndStillsHaveTheirTimes) {
+    const CommandLine line = Parsed({"--background", "a@b.png", "--background", "#FF0000@2+1",
+                                     "--background", "sky.jpg@4", "--capture", "first.png",
+                                     "--capture", "later@1.png@1:30", "a", "-o", "o.avi"});
+    EXPECT_EQ(line.background, (Background{{}, "a@b.png"}));
+    EXPECT_EQ(line.backgroundChanges,
+              (std::vector<BackgroundChange>{{{0xFFFF0000, {}}, {2'000'000'000, 1'000'000'000}},
+                                             {{{}, "sky.jpg"}, {4'000'000'000, 0}}}));
+    EXPECT_EQ(line.captures,
+              (std::vector<Capture>{{"first.png", 0}, {"later@1.png", 90'000'000'000}}));
 }
 
 TEST(Options, ShortFormsCanBeJoinedAndCarryTheirValue) {
@@ -68,11 +143,11 @@ TEST(Options, GlobalValuesAreRead) {
                 "1:02.5", "--format", "HDYC", "--progress", "json", "a", "-o", "o.avi"});
     EXPECT_EQ(line.size, (Size{1280, 720}));
     EXPECT_EQ(line.rate, (Rate{30000, 1001}));
-    EXPECT_EQ(line.background, 0xFF102030U);
+    EXPECT_EQ(line.background, (Background{0xFF102030, {}}));
     EXPECT_EQ(line.duration, 62'500'000'000);
     EXPECT_EQ(line.format, "HDYC");
     EXPECT_EQ(line.progress, ProgressMode::kJson);
-    EXPECT_EQ(Parsed({"--background=none", "a", "-o", "o.avi"}).background, std::nullopt);
+    EXPECT_EQ(Parsed({"--background=none", "a", "-o", "o.avi"}).background, Background{});
 }
 
 TEST(Options, EachOptionThatMakesNoSenseIsNamedInOneLine) {
@@ -97,6 +172,27 @@ TEST(Options, EachOptionThatMakesNoSenseIsNamedInOneLine) {
         {"--alpha", "1.5", "a", "-o", "o"},
         {"--wait", "-1", "a", "-o", "o"},
         {"--lost", "", "a", "-o", "o"},
+        {"--border", "-1", "a", "-o", "o"},
+        {"--border", "4,pink", "a", "-o", "o"},
+        {"--border", "4,red,2", "a", "-o", "o"},
+        {"--flip", "left", "a", "-o", "o"},
+        {"--fit", "", "a", "-o", "o"},
+        {"--fields", "2", "a", "-o", "o"},
+        {"--mask", "", "a", "-o", "o"},
+        {"--turn", "30", "a", "-o", "o"},
+        {"--turn", "nan,0", "a", "-o", "o"},
+        {"--view", "180", "a", "-o", "o"},
+        {"--eye", "1e9,0", "a", "-o", "o"},
+        {"--move", "@1", "a", "-o", "o"},
+        {"--move", "mask=circle@1", "a", "-o", "o"},
+        {"--move", "1,2 size=3@1", "a", "-o", "o"},
+        {"--background", "red@2", "--background", "blue@1", "a", "-o", "o"},
+        {"--capture", "still.jpg", "a", "-o", "o"},
+        {"--capture", "still.png@1+1", "a", "-o", "o"},
+        {"--sheet", "s.jpg", "a", "-o", "o"},
+        {"--moments", "12", "a", "-o", "o"},
+        {"--moments", "0", "--sheet", "s.png", "a", "-o", "o"},
+        {"a", "--rect", "-o", "o"},
         {"--move", "1,2@-1", "a", "-o", "o"},
         {"--move", "1,2", "a", "-o", "o"},
         {"--move", "1,2@3", "--move", "1,2@2", "a", "-o", "o"},

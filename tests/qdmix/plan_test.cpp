@@ -40,7 +40,7 @@ std::string Refusal(const OpenedInput& input, CommandLine line = {}) {
 
 TEST(Plan, TheMixHoldsEveryTargetAtTheFastestRate) {
     InputOptions right;
-    right.target.at = {640, 100};
+    right.rects[0].first.target = Geometry{{0, 0}, {640, 100}};
     const Plan plan = Planned({File({640, 360}, {24, 1}), File({568, 320}, {30000, 1001}, right)});
     EXPECT_EQ(plan.size, (Size{1208, 420}));
     EXPECT_EQ(plan.rate, (Rate{30000, 1001}));
@@ -57,15 +57,32 @@ TEST(Plan, TheMixHoldsEveryTargetAtTheFastestRate) {
 
 TEST(Plan, EdgesComeToEvenPixelsAndSizesStayEqual) {
     InputOptions options;
-    options.source = Geometry{{101, 51}, {3, 4}};
-    options.target.at = {-7, 9};
-    options.moves = {{{11, 12}, 0, 0}};
+    options.rects[0].first = {.source = Geometry{{101, 51}, {3, 4}},
+                              .target = Geometry{{0, 0}, {-7, 9}}};
     const Plan plan = Planned({File({641, 361}, {25, 1}, options)});
-    const PlannedInput& input = plan.inputs[0];
-    EXPECT_EQ(input.source, (Geometry{{100, 50}, {4, 4}}));
-    EXPECT_EQ(input.target, (Geometry{{100, 50}, {-6, 10}}));
-    EXPECT_EQ(input.options.moves[0].to, (Point{12, 12}));
+    const RectValues& rect = plan.inputs[0].rects[0].first;
+    EXPECT_EQ(rect.source, (Geometry{{100, 50}, {4, 4}}));
+    EXPECT_EQ(rect.target, (Geometry{{100, 50}, {-6, 10}}));
     EXPECT_EQ(Planned({File({641, 361}, {25, 1})}).size, (Size{640, 360}));
+}
+
+TEST(Plan, AMoveChangesWhatItNamesAndKeepsTheRest) {
+    InputOptions moving;
+    moving.rects[0].moves = {{{.target = Geometry{{0, 0}, {11, 12}}}, {300, 10}},
+                             {{.alpha = 0.0}, {500, 10}}};
+    InputOptions other;
+    other.rects[0].moves = {{{.target = Geometry{{0, 0}, {4, 4}}}, {400, 0}}};
+    CommandLine line;
+    line.backgroundChanges = {{{0xFFFF0000, {}}, {350, 0}}};
+    const Plan plan =
+        Planned({File({640, 360}, {25, 1}, moving), File({64, 48}, {50, 1}, other)}, line);
+    ASSERT_EQ(plan.changes.size(), 4U);
+    EXPECT_EQ(plan.changes[0].values.target, (Geometry{{640, 360}, {12, 12}}));
+    EXPECT_FALSE(plan.changes[1].input);
+    EXPECT_EQ(plan.changes[2].input, 1U);
+    EXPECT_EQ(plan.changes[3].values.target, plan.changes[0].values.target);
+    EXPECT_EQ(plan.changes[3].values.alpha, 0.0);
+    EXPECT_EQ(plan.FastestRate(), (Rate{50, 1}));
 }
 
 TEST(Plan, WhatHasNoEndOfItsOwnDoesNotKeepTheMixGoing) {
@@ -77,7 +94,7 @@ TEST(Plan, WhatHasNoEndOfItsOwnDoesNotKeepTheMixGoing) {
                                               File({320, 240}, {25, 1}, looped)};
     EXPECT_FALSE(Planned(endless).HasEnd());
     CommandLine line;
-    line.duration = 1;
+    line.duration = 1'000'000'000;
     EXPECT_TRUE(Planned(endless, line).HasEnd());
     // Stills alone have no rate to follow.
     EXPECT_EQ(Planned({still}).rate, (Rate{25, 1}));
@@ -85,23 +102,28 @@ TEST(Plan, WhatHasNoEndOfItsOwnDoesNotKeepTheMixGoing) {
 
 TEST(Plan, WhatWouldNotBeSeenIsRefused) {
     InputOptions outside;
-    outside.source = Geometry{{320, 240}, {400, 0}};
+    outside.rects[0].moves = {{{.source = Geometry{{320, 240}, {400, 0}}}, {}}};
     EXPECT_NE(Refusal(File({640, 360}, {25, 1}, outside)).find("the picture is 640x360"),
               std::string::npos);
     InputOptions scaled;
-    scaled.target = {{320, 180}, {0, 0}};
+    scaled.rects[0].moves = {{{.target = Geometry{{320, 180}, {0, 0}}}, {}}};
     EXPECT_NE(Refusal(File({640, 360}, {25, 1}, scaled)).find("their own size, 640x360"),
               std::string::npos);
-    InputOptions half;
-    half.alpha = 0.5;
-    EXPECT_NE(Refusal(File({640, 360}, {25, 1}, half)).find("alpha"), std::string::npos);
     InputOptions away;
-    away.target.at = {1280, 0};
+    away.rects[0].first.target = Geometry{{0, 0}, {1280, 0}};
     CommandLine line;
     line.size = Size{1280, 720};
     EXPECT_NE(Refusal(File({640, 360}, {25, 1}, away), line).find("never seen"), std::string::npos);
-    away.moves = {{{640, 0}, 0, 0}};
+    away.rects[0].moves = {{{.target = Geometry{{0, 0}, {640, 0}}}, {}}};
     EXPECT_EQ(Refusal(File({640, 360}, {25, 1}, away), line), "accepted");
+    line.rate = Rate{25, 1};
+    line.duration = 10'000'000;
+    EXPECT_NE(Refusal(File({640, 360}, {25, 1}), line).find("shorter than a frame"),
+              std::string::npos);
+    line.duration = 1'000'000'000;
+    line.captures = {{"late.png", 1'000'000'000}};
+    EXPECT_NE(Refusal(File({640, 360}, {25, 1}), line).find("late.png: never made"),
+              std::string::npos);
     InputOptions looped;
     looped.loop = true;
     OpenedInput stream = File({640, 360}, {25, 1}, looped);

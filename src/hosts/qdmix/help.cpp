@@ -44,8 +44,11 @@ constexpr std::array kNotes = {
 constexpr std::array kExamples = {
     Entry{"qdmix --target 0,0 a.webm --target 640,0 b.webm --size 1280x720 -o mix.webm",
           "two clips side by side"},
-    Entry{"qdmix a.webm --source 320x180+100+50 --target 16,16 --move 900,16@2+1.5 b.webm -o m.mkv",
-          "a part of one clip over another; it moves after two seconds"},
+    Entry{"qdmix a.webm --target 320x180+16+16 --border 4 --move 928,16@2+1.5 b.webm -o m.mkv",
+          "one clip small over another, with a border; it moves after two seconds"},
+    Entry{"qdmix --background sky.jpg --target 640x360+320+180 --move 'turn=40,0 alpha=0.7@1+2'"
+          " a.webm --size 1280x720 -o m.webm",
+          "a clip over a picture; it turns and grows fainter"},
     Entry{
         "qdmix 'test:smpte?size=640x360' --target 320,180 test:ball --duration 5 -o - >frames.yuv",
         "raw frames of test pictures"},
@@ -60,8 +63,8 @@ constexpr std::array kStatuses = {
     Entry{"130, 143", "finished early after a signal (INT, TERM); the file is good"},
 };
 
-constexpr std::array kGroups = {OptionGroup::kOutput, OptionGroup::kMix, OptionGroup::kInput,
-                                OptionGroup::kReport, OptionGroup::kGeneral};
+constexpr std::array kGroups = {OptionGroup::kOutput, OptionGroup::kMix,    OptionGroup::kRect,
+                                OptionGroup::kInput,  OptionGroup::kReport, OptionGroup::kGeneral};
 
 std::string FormsOf(const OptionRow& row) {
     std::string forms = row.letter != 0 ? std::string("-") + row.letter + ", " : "";
@@ -132,20 +135,23 @@ void AppendRoffEntries(std::string& out, std::string_view title, const Entries& 
     }
 }
 
+// The words after "FILE", or all of them: file names come from the shell.
 void AppendCompletionCase(std::string& out, const OptionRow& row) {
+    constexpr std::string_view kFile = "FILE";
     std::string pattern = std::string("--") + row.name;
     if (row.letter != 0) {
         pattern += std::string("|-") + row.letter;
     }
-    out += "        " + pattern + ")\n            ";
-    if (row.choices == nullptr) {
-        out += "COMPREPLY=()\n";
-    } else if (row.choices == std::string_view("FILE")) {
-        out += "mapfile -t COMPREPLY < <(compgen -f -- \"$current\")\n";
-    } else {
-        out += "mapfile -t COMPREPLY < <(compgen -W '" + std::string(row.choices) +
-               "' -- \"$current\")\n";
+    std::string_view words = row.choices != nullptr ? row.choices : "";
+    const bool takesFile = words.starts_with(kFile);
+    words.remove_prefix(takesFile ? kFile.size() : 0);
+    std::string compgen = takesFile ? "compgen -f" : "compgen";
+    if (!words.empty()) {
+        compgen += " -W '" + std::string(words) + "'";
     }
+    out += "        " + pattern + ")\n            ";
+    out += row.choices == nullptr ? "COMPREPLY=()\n"
+                                  : "mapfile -t COMPREPLY < <(" + compgen + " -- \"$current\")\n";
     out += "            return\n            ;;\n";
 }
 
@@ -195,6 +201,12 @@ std::string BashCompletion() {
         "# Completion of qdmix for bash.\n"
         "_qdmix() {\n"
         "    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]}\n"
+        // The shell takes \"--name=value\" for three words.
+        "    if [[ $current == = ]]; then\n"
+        "        current=\n"
+        "    elif [[ $previous == = && $COMP_CWORD -gt 1 ]]; then\n"
+        "        previous=${COMP_WORDS[COMP_CWORD-2]}\n"
+        "    fi\n"
         "    case $previous in\n";
     std::string names;
     for (const OptionRow& row : OptionTable()) {

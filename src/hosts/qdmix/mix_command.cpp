@@ -2,30 +2,24 @@
 
 #include "hosts/qdmix/console.h"
 #include "hosts/qdmix/mix_run.h"
-#include "hosts/qdmix/output_file.h"
 #include "hosts/qdmix/plan.h"
 #include "hosts/qdmix/probe.h"
-#include "hosts/qdmix/sheet.h"
+#include "hosts/qdmix/written_files.h"
 
 #include <unistd.h>
 
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
-#include <system_error>
+#include <utility>
 
 namespace qdvm::qdmix {
 
 namespace {
 
-bool IsSameFile(const std::string& one, const std::string& other) {
-    std::error_code error;
-    return std::filesystem::equivalent(one, other, error) && !error;
-}
-
 class Command {
 public:
-    explicit Command(const CommandLine& theLine) : line(theLine), console(theLine) {}
+    explicit Command(const CommandLine& theLine)
+        : line(theLine), console(theLine), files(theLine) {}
 
     ExitStatus Run() {
         // All inputs are looked at, so that one run names all that is wrong.
@@ -67,33 +61,11 @@ private:
         if (auto failure = ChooseOutput(line.output, output)) {
             return failure;
         }
-        switch (output.kind) {
-            case OutputKind::kFile:
-                return OpenFile();
-            case OutputKind::kRaw:
-                if (isatty(STDOUT_FILENO) != 0) {
-                    return Failure{ExitStatus::kOutput, output.Subject(), "can't be written",
-                                   "standard output is a terminal"};
-                }
-                break;
-            case OutputKind::kWindow:
-                break;
+        if (output.kind == OutputKind::kRaw && isatty(STDOUT_FILENO) != 0) {
+            return Failure{ExitStatus::kOutput, output.Subject(), "can't be written",
+                           "standard output is a terminal"};
         }
-        return std::nullopt;
-    }
-
-    std::optional<Failure> OpenFile() {
-        for (const OpenedInput& input : inputs) {
-            if (IsSameFile(input.spec.locator, line.output)) {
-                return Failure{ExitStatus::kOutput, output.Subject(), "can't be written",
-                               "it is " + input.spec.Subject()};
-            }
-        }
-        if (auto failure = file.Open(line.output, output.Subject(), line.overwrite)) {
-            return failure;
-        }
-        return line.sheet.empty() ? std::nullopt
-                                  : sheet.Open(line.sheet, SheetSubject(), line.overwrite);
+        return files.Open(plan, output.Subject(), output.kind == OutputKind::kFile);
     }
 
     std::string Warnings() const {
@@ -115,11 +87,12 @@ private:
         const RunHooks hooks = {
             [this](const MixReport& report) { console.Progress(report); },
             [this](const std::string& note) { console.Note("qdmix: " + note + "\n"); },
+            [this](GstSample* still) { TakeStill(still); },
             [this](const Failure& failure) { (void)console.Tell(failure); },
             [this] { Quit(); },
         };
         MixRun run(plan, output, hooks);
-        auto failure = run.Build(file.WorkingPath());
+        auto failure = run.Build(files.FilmPath());
         if (!failure) {
             failure = run.Run();
         }
@@ -128,7 +101,10 @@ private:
                               "no input delivered a frame"};
         }
         if (!failure) {
-            failure = FinishOutput(run.Report());
+            failure = files.Finish(run.Report().frames, plan.size);
+        }
+        if (!failure) {
+            failure = stillFailure;
         }
         if (failure) {
             return console.Tell(*failure);
@@ -138,21 +114,12 @@ private:
         return StatusOf(run);
     }
 
-    std::optional<Failure> FinishOutput(const MixReport& report) {
-        if (auto failure = file.Finish()) {
-            return failure;
+    // The film goes on without a still that can't be written.
+    void TakeStill(GstSample* still) {
+        if (auto failure = files.WriteStill(still); failure && !stillFailure) {
+            stillFailure = std::move(failure);
         }
-        if (line.sheet.empty()) {
-            return std::nullopt;
-        }
-        if (auto failure = WriteSheet(line.output, report.frames, plan.size, sheet.WorkingPath(),
-                                      SheetSubject())) {
-            return failure;
-        }
-        return sheet.Finish();
     }
-
-    std::string SheetSubject() const { return "sheet (" + line.sheet + ")"; }
 
     static ExitStatus StatusOf(const MixRun& run) {
         switch (run.Signal()) {
@@ -168,8 +135,7 @@ private:
     // The threads of the mix may hang in whatever made the user impatient, so nothing waits for
     // them.
     [[noreturn]] void Quit() {
-        file.Discard();
-        sheet.Discard();
+        files.Discard();
         const Failure failure{ExitStatus::kFailed, output.Subject(), "not finished", "interrupted"};
         std::_Exit(static_cast<int>(console.Tell(failure)));
     }
@@ -179,8 +145,8 @@ private:
     std::vector<OpenedInput> inputs;
     Plan plan;
     OutputSpec output;
-    OutputFile file;
-    OutputFile sheet;
+    WrittenFiles files;
+    std::optional<Failure> stillFailure;
 };
 
 }  // namespace

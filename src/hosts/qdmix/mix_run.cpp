@@ -1,6 +1,7 @@
 #include "hosts/qdmix/mix_run.h"
 
 #include "hosts/qdmix/branches.h"
+#include "hosts/qdmix/mixer_settings.h"
 
 #include <glib-unix.h>
 
@@ -80,16 +81,10 @@ std::optional<Failure> MixRun::AddInput(const PlannedInput& input) {
     // Streams are drawn in the order of their pads.
     const std::string name = "sink_" + std::to_string(pads.size());
     GstHandle<GstPad> pad(gst_element_request_pad_simple(mixer, name.c_str()));
-    const Size picture = input.probed.evenSize;
-    const Geometry& source = input.source;
-    g_object_set(pad.get(), "xpos", input.target.at.x, "ypos", input.target.at.y, "crop-left",
-                 source.at.x, "crop-top", source.at.y, "crop-right",
-                 picture.width - source.at.x - source.size.width, "crop-bottom",
-                 picture.height - source.at.y - source.size.height, "alpha", input.options.alpha,
-                 "loop", gboolean{input.options.loop}, "ignore-time",
-                 gboolean{input.options.ignoreTime}, "keep-rate", gboolean{input.options.keepRate},
-                 "max-wait", input.waitFrames, nullptr);
-    gst_util_set_object_arg(G_OBJECT(pad.get()), "lost-show", input.options.lost.c_str());
+    for (std::size_t rect = 0; rect < input.rects.size(); ++rect) {
+        SetRect(pad.get(), rect, input.rects[rect].first, input.probed.evenSize);
+    }
+    SetPolicy(pad.get(), input);
     timeline->WatchInput(pad.get());
     const GstHandle<GstPad> from(gst_element_get_static_pad(branch, "src"));
     pads.push_back(std::move(pad));
@@ -101,12 +96,7 @@ std::optional<Failure> MixRun::AddInput(const PlannedInput& input) {
 }
 
 void MixRun::SetUpMixer() {
-    if (plan.background) {
-        gst_util_set_object_arg(G_OBJECT(mixer), "background", "color");
-        g_object_set(mixer, "background-color", static_cast<guint>(*plan.background), nullptr);
-    } else {
-        gst_util_set_object_arg(G_OBJECT(mixer), "background", "none");
-    }
+    SetBackground(mixer, plan.background);
     for (std::size_t i = 0; i < plan.inputs.size(); ++i) {
         if (plan.inputs[i].options.master) {
             g_object_set(mixer, "master", ("sink_" + std::to_string(i)).c_str(), nullptr);
@@ -161,6 +151,7 @@ std::optional<Failure> MixRun::Run() {
     // A refused start also puts its reason on the bus, which the loop reads.
     (void)gst_element_set_state(pipeline.get(), GST_STATE_PLAYING);
     g_main_loop_run(loop.get());
+    PassStills();
     return failure;
 }
 
@@ -204,8 +195,15 @@ std::string MixRun::ShortInputs() const {
 
 gboolean MixRun::OnTick(gpointer data) {
     MixRun& run = *static_cast<MixRun*>(data);
+    run.PassStills();
     run.hooks.onProgress(run.Report());
     return G_SOURCE_CONTINUE;
+}
+
+void MixRun::PassStills() {
+    for (const GstHandle<GstSample>& still : timeline->TakeStills()) {
+        hooks.onStill(still.get());
+    }
 }
 
 gboolean MixRun::OnInterrupt(gpointer data) {
@@ -283,7 +281,14 @@ void MixRun::TakeWarning(GstMessage* message) {
 }
 
 void MixRun::TakeHealth(const GstStructure* health) {
-    hooks.onNote(TakeText(gst_structure_to_string(health)));
+    const gchar* name = gst_structure_get_string(health, "pad");
+    const gchar* now = gst_structure_get_string(health, "health");
+    for (std::size_t i = 0; i < pads.size(); ++i) {
+        if (name != nullptr && now != nullptr &&
+            name == TakeText(gst_pad_get_name(pads[i].get()))) {
+            hooks.onNote(plan.inputs[i].spec.Subject() + ": " + now);
+        }
+    }
 }
 
 const PlannedInput* MixRun::InputOf(GstObject* object) const {

@@ -22,6 +22,7 @@ namespace qdvm::qdmix {
 struct RunHooks {
     std::function<void(const MixReport&)> onProgress;  // twice a second
     std::function<void(const std::string&)> onNote;    // something worth knowing, one line
+    std::function<void(GstSample*)> onStill;           // the frames of the captures in their order
     std::function<void(const Failure&)> onInputLost;   // the mix goes on without this input
     std::function<void()> onQuit;                      // a second signal; doesn't return
 };
@@ -69,6 +70,7 @@ private:
     void TakeError(GstMessage* message);
     void TakeWarning(GstMessage* message);
     void TakeHealth(const GstStructure* health);
+    void PassStills();
 
     // The input that an element belongs to, or null.
     const PlannedInput* InputOf(GstObject* object) const;

@@ -52,12 +52,46 @@ bool TakeSize(OptionTarget target, std::string_view value) {
     return size && IsEven(*size) && StoreParsed(target.line.size, size);
 }
 
-bool TakeBackground(OptionTarget target, std::string_view value) {
-    if (value == "none") {
-        target.line.background.reset();
-        return true;
+// A colour, "none" or the name of a file.
+std::optional<Background> ParseBackground(std::string_view text) {
+    if (text == "none") {
+        return Background{};
     }
-    return StoreParsed(target.line.background, ParseColour(value));
+    if (const std::optional<std::uint32_t> colour = ParseColour(text)) {
+        return Background{colour, {}};
+    }
+    const bool isFile = !text.empty() && text[0] != '#';
+    return isFile ? std::optional(Background{{}, std::string(text)}) : std::nullopt;
+}
+
+bool TakeBackground(OptionTarget target, std::string_view value) {
+    const std::optional<Timed> timed = ParseTimed(value);
+    const std::optional<Background> background = ParseBackground(timed ? timed->what : value);
+    if (!background || !timed) {
+        return StoreParsed(target.line.background, background);
+    }
+    std::vector<BackgroundChange>& changes = target.line.backgroundChanges;
+    if (!changes.empty() && changes.back().span.start > timed->span.start) {
+        return false;
+    }
+    changes.push_back({*background, timed->span});
+    return true;
+}
+
+bool TakeCapture(OptionTarget target, std::string_view value) {
+    const std::optional<Timed> timed = ParseTimed(value);
+    const std::string_view file = timed ? timed->what : value;
+    if (!file.ends_with(".png") || (timed && timed->span.take != 0)) {
+        return false;
+    }
+    target.line.captures.push_back({std::string(file), timed ? timed->span.start : 0});
+    return true;
+}
+
+bool TakeMoments(OptionTarget target, std::string_view value) {
+    const std::optional<int> moments = ParseInteger(value);
+    return moments && *moments >= 1 && *moments <= 100 &&
+           StoreParsed(target.line.sheetMoments, moments);
 }
 
 bool TakeDuration(OptionTarget target, std::string_view value) {
@@ -65,24 +99,19 @@ bool TakeDuration(OptionTarget target, std::string_view value) {
     return duration && *duration > 0 && StoreParsed(target.line.duration, duration);
 }
 
-bool TakeTarget(OptionTarget target, std::string_view value) {
-    const std::optional<Point> place = ParsePoint(value);
-    return place ? StoreParsed(target.input.target.at, place)
-                 : StoreParsed(target.input.target, ParseGeometry(value));
-}
-
 bool TakeMove(OptionTarget target, std::string_view value) {
     const std::optional<Move> move = ParseMove(value);
-    if (!move || (!target.input.moves.empty() && target.input.moves.back().start > move->start)) {
+    std::vector<Move>& moves = target.input.rects.back().moves;
+    if (!move || (!moves.empty() && moves.back().span.start > move->span.start)) {
         return false;
     }
-    target.input.moves.push_back(*move);
+    moves.push_back(*move);
     return true;
 }
 
-bool TakeAlpha(OptionTarget target, std::string_view value) {
-    const std::optional<double> alpha = ParseNumber(value);
-    return alpha && *alpha >= 0 && *alpha <= 1 && StoreParsed(target.input.alpha, alpha);
+bool TakeRect(OptionTarget target, std::string_view) {
+    target.input.rects.emplace_back();
+    return true;
 }
 
 bool TakeWait(OptionTarget target, std::string_view value) {
@@ -135,11 +164,17 @@ constexpr std::array kTable = {
             return StoreWord(target.line.format, value, kFormats);
         }},
     OptionRow{0, "sheet", "FILE", OptionGroup::kOutput, nullptr,
-        "When the output file is finished, write six moments of it as one PNG picture.",
-        "FILE", "give a file name",
+        "When the output file is finished, write moments of it, evenly spread, as one PNG picture.",
+        "FILE", "give the name of a .png file",
         [](OptionTarget target, std::string_view value) {
-            return TakeName(target.line.sheet, value);
+            return value.ends_with(".png") && TakeName(target.line.sheet, value);
         }},
+    OptionRow{0, "moments", "N", OptionGroup::kOutput, "6", "How many moments --sheet shows.",
+        nullptr, "give a number from 1 to 100", TakeMoments},
+    OptionRow{0, "capture", "FILE[@TIME]", OptionGroup::kOutput, nullptr,
+        "Write the frame of the mix at TIME, or the first one, as a PNG picture of its own. Can be"
+        " given several times.",
+        "FILE", "give FILE.png@TIME, as still.png@2.5", TakeCapture},
     OptionRow{0, "list-formats", nullptr, OptionGroup::kOutput, nullptr,
         "List the pixel formats and the file endings, and leave.", nullptr, nullptr,
         TakeRequest<Request::kListFormats>},
@@ -154,29 +189,68 @@ constexpr std::array kTable = {
         [](OptionTarget target, std::string_view value) {
             return StoreParsed(target.line.rate, ParseRate(value));
         }},
-    OptionRow{0, "background", "COLOUR", OptionGroup::kMix, "black",
-        "What lies under all inputs: #RRGGBB, black, white, grey, red, green, blue, yellow, or none"
-        " where the inputs cover the mix.",
-        "black white grey red green blue yellow none", "give #RRGGBB, a colour's name or none",
+    OptionRow{0, "background", "WHAT[@START[+TAKE]]", OptionGroup::kMix, "black",
+        "What lies under all inputs: #RRGGBB, black, white, grey, red, green, blue, yellow, a picture"
+        " file, which is stretched over the whole mix, or none where the inputs cover the mix. With"
+        " START it comes at that time of the mix and fades in within TAKE seconds; such changes can"
+        " be given several times, in the order of START.",
+        "FILE black white grey red green blue yellow none",
+        "give #RRGGBB, a colour's name, a file or none, and @START+TAKE in the order of START",
         TakeBackground},
     OptionRow{0, "duration", "TIME", OptionGroup::kMix, "until the last file has ended",
         "Length of the mix: seconds or [H:]M:S.", nullptr, "give seconds or [H:]M:S, above 0",
         TakeDuration},
 
-    OptionRow{0, "source", "WxH+X+Y", OptionGroup::kInput, "the whole picture",
-        "Show only this part of the picture.", nullptr, "give WxH+X+Y, as 320x240+16+0",
-        [](OptionTarget target, std::string_view value) {
-            return StoreParsed(target.input.source, ParseGeometry(value));
-        }},
-    OptionRow{0, "target", "X,Y or WxH+X+Y", OptionGroup::kInput, "0,0",
-        "Place in the mix. The later input lies on top. Parts beyond the edges are cut off.",
-        nullptr, "give X,Y or WxH+X+Y, as 640,0 or 320x240+640+0", TakeTarget},
-    OptionRow{0, "move", "X,Y@START[+TAKE]", OptionGroup::kInput, nullptr,
-        "At START of the mix go to this place, in TAKE seconds or at once. Can be given several"
-        " times, in the order of START.",
-        nullptr, "give X,Y@START+TAKE, as 640,0@2+1.5, in the order of START", TakeMove},
-    OptionRow{0, "alpha", "A", OptionGroup::kInput, "1", "Opacity from 0 to 1.", nullptr,
-        "give a number from 0 to 1", TakeAlpha},
+    OptionRow{0, "source", "WxH+X+Y", OptionGroup::kRect, "the whole picture",
+        "Show only this part of the picture.", nullptr, "give WxH+X+Y, as 320x240+16+0", nullptr},
+    OptionRow{0, "target", "X,Y or WxH+X+Y", OptionGroup::kRect, "0,0",
+        "Place in the mix, and the size there; without a size that of the source. The later input"
+        " lies on top. Parts beyond the edges are cut off.",
+        nullptr, "give X,Y or WxH+X+Y, as 640,0 or 320x240+640+0", nullptr},
+    OptionRow{0, "fit", "HOW", OptionGroup::kRect, "stretch",
+        "How a picture comes into a target of another shape: stretch, letterbox (all of it, in the"
+        " middle) or crop (the target is full).",
+        "stretch letterbox crop", "give stretch, letterbox or crop", nullptr},
+    OptionRow{0, "alpha", "A", OptionGroup::kRect, "1", "Opacity from 0 to 1.", nullptr,
+        "give a number from 0 to 1", nullptr},
+    OptionRow{0, "border", "WIDTH[,COLOUR[,A]]", OptionGroup::kRect, "0",
+        "A border of WIDTH pixels inside the target, white if no COLOUR is given, with the opacity"
+        " A.",
+        nullptr, "give WIDTH, COLOUR and an opacity from 0 to 1, as 8,#FFCC00,0.5", nullptr},
+    OptionRow{0, "mask", "SHAPE or FILE", OptionGroup::kRect, "none",
+        "What of the rect is seen: circle, rect, rounded-rect (all with soft edges), none (all of"
+        " it), or a picture that is white where the rect shows and black where it doesn't.",
+        "FILE circle rect rounded-rect none", "give circle, rect, rounded-rect, none or a file", nullptr},
+    OptionRow{0, "flip", "HOW", OptionGroup::kRect, "none",
+        "Mirror the picture: horizontal, vertical, both or none.", "horizontal vertical both none",
+        "give horizontal, vertical, both or none", nullptr},
+    OptionRow{0, "fields", "WHICH", OptionGroup::kRect, "both",
+        "Draw an interlaced picture from both fields or from one.", "both one", "give both or one",
+        nullptr},
+    OptionRow{0, "turn", "H,V", OptionGroup::kRect, "0,0",
+        "Turn the picture in space about its vertical and its horizontal axis, in degrees.",
+        nullptr, "give two angles from -180 to 180, as 30,0", nullptr},
+    OptionRow{0, "view", "ANGLE", OptionGroup::kRect, "40",
+        "How near a turned picture is seen, as the angle of view in degrees: the larger, the"
+        " stronger the perspective.",
+        nullptr, "give an angle between 0 and 180", nullptr},
+    OptionRow{0, "eye", "X,Y", OptionGroup::kRect, "0,0",
+        "Where a turned picture is looked at from, off its middle, in halves of its width.",
+        nullptr, "give two numbers from -100 to 100, as 0.5,0", nullptr},
+    OptionRow{0, "move", "WHAT@START[+TAKE]", OptionGroup::kRect, nullptr,
+        "At START of the mix begin to change, and take TAKE seconds or no time. WHAT is a place"
+        " (X,Y or WxH+X+Y) or NAME=VALUE with the name of one of the options above, masks apart;"
+        " several stand in quotes with spaces between them. Can be given several times, in the order"
+        " of START.",
+        nullptr,
+        "give X,Y@START+TAKE or 'NAME=VALUE NAME=VALUE@START+TAKE', as 'alpha=0.5 640,0@2+1.5', in"
+        " the order of START",
+        TakeMove},
+    OptionRow{0, "rect", nullptr, OptionGroup::kRect, nullptr,
+        "Show the input once more: what follows tells of this further rect, which lies on top of"
+        " those before it.",
+        nullptr, nullptr, TakeRect},
+
     OptionRow{0, "loop", nullptr, OptionGroup::kInput, nullptr,
         "Begin again at the end. Such an input doesn't keep the mix going.", nullptr, nullptr,
         TakeInputSwitch<&InputOptions::loop>},
@@ -239,8 +313,10 @@ const char* TitleOf(OptionGroup group) {
             return "Output";
         case OptionGroup::kMix:
             return "The mix";
+        case OptionGroup::kRect:
+            return "How an input is shown (before the input they belong to)";
         case OptionGroup::kInput:
-            return "One input (before the input they belong to)";
+            return "What an input does (before the input they belong to)";
         case OptionGroup::kReport:
             return "Reports";
         case OptionGroup::kGeneral:

@@ -89,10 +89,13 @@ private:
 
     std::optional<Failure> Apply(const OptionRow& row, const std::string& value) {
         const std::string name = std::string("--") + row.name;
-        if (!row.take({line, pending}, value)) {
+        const bool isTaken = row.take != nullptr ? row.take({line, pending}, value)
+                                                 : FindRectSetting(row.name)->take(
+                                                       pending.rects.back().first, value);
+        if (!isTaken) {
             return Refused(name + " " + value, "the value makes no sense", row.expects);
         }
-        if (row.group == OptionGroup::kInput) {
+        if (row.group == OptionGroup::kInput || row.group == OptionGroup::kRect) {
             pendingName = name;
         }
         return std::nullopt;
@@ -107,6 +110,9 @@ private:
         }
         if (line.output.empty()) {
             return Refused("no output", "the mix has nowhere to go", "give -o FILE");
+        }
+        if (line.sheet.empty() && line.sheetMoments != CommandLine{}.sheetMoments) {
+            return Refused("--moments", "there is no sheet to show them", "give --sheet FILE");
         }
         if (!line.sheet.empty() && (line.output == "-" || line.output == "window")) {
             return Refused("--sheet", "needs an output file");

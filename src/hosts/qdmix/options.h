@@ -4,6 +4,7 @@
 // and the completion.
 
 #include "hosts/qdmix/failure.h"
+#include "hosts/qdmix/rect_options.h"
 #include "hosts/qdmix/values.h"
 
 #include <cstdint>
@@ -17,10 +18,7 @@ namespace qdvm::qdmix {
 
 // What belongs to one input.
 struct InputOptions {
-    std::optional<Geometry> source;  // part of the picture; without it all of it
-    Geometry target;                 // place in the output; a size of 0x0 is the size of the source
-    std::vector<Move> moves;
-    double alpha = 1.0;
+    std::vector<RectOptions> rects = {RectOptions{}};
     bool loop = false;
     std::optional<int> waitFrames;
     std::string lost = "last";  // hide, last, black, white, bars
@@ -32,6 +30,29 @@ struct InputOptions {
 struct InputArgument {
     std::string text;
     InputOptions options;
+};
+
+// What lies under all inputs: a colour, a picture, or neither.
+struct Background {
+    std::optional<std::uint32_t> colour;  // 0xAARRGGBB
+    std::string picture;                  // name of a file
+
+    bool operator==(const Background&) const = default;
+};
+
+struct BackgroundChange {
+    Background to;
+    Span span;
+
+    bool operator==(const BackgroundChange&) const = default;
+};
+
+// A frame of the mix that goes to a picture file.
+struct Capture {
+    std::string file;
+    std::int64_t time = 0;  // nanoseconds
+
+    bool operator==(const Capture&) const = default;
 };
 
 enum class ProgressMode { kAutomatic, kText, kJson, kNone };
@@ -54,19 +75,23 @@ struct CommandLine {
     bool overwrite = false;
     std::string format = "I420";
     std::string sheet;
+    int sheetMoments = 6;
+    std::vector<Capture> captures;
     std::optional<Size> size;
     std::optional<Rate> rate;
-    std::optional<std::uint32_t> background = 0xFF000000;  // 0xAARRGGBB; nothing is "none"
-    std::optional<std::int64_t> duration;                  // nanoseconds
+    Background background = {0xFF000000, {}};
+    std::vector<BackgroundChange> backgroundChanges;  // in the order of their start
+    std::optional<std::int64_t> duration;             // nanoseconds
     ProgressMode progress = ProgressMode::kAutomatic;
     bool quiet = false;
     bool verbose = false;
     bool trace = false;
 };
 
-enum class OptionGroup { kOutput, kMix, kInput, kReport, kGeneral };
+enum class OptionGroup { kOutput, kMix, kRect, kInput, kReport, kGeneral };
 
-// Options of the group kInput go to `input`, the options of the next input on the command line.
+// Options of the groups kRect and kInput go to `input`, the options of the next input on the
+// command line.
 struct OptionTarget {
     CommandLine& line;
     InputOptions& input;
@@ -81,7 +106,7 @@ struct OptionRow {
     const char* help;
     const char* choices;  // words for the completion, "FILE" for file names; null: none
     const char* expects;  // what a refused value is told
-    // False for a value that makes no sense.
+    // False for a value that makes no sense. Null: the setting of a rect of this name.
     bool (*take)(OptionTarget target, std::string_view value);
 };
 

@@ -15,70 +15,6 @@ Failure NoSense(const PlannedInput& input, std::string what, std::string why) {
     return {ExitStatus::kUsage, input.spec.Subject(), std::move(what), std::move(why)};
 }
 
-int RoundUp(int place) { return place + (place & 1); }
-int RoundDown(int place) { return place - (place & 1); }
-
-// The mixer's edges: left and top up, right and bottom down.
-Geometry OnEvenPixels(const Geometry& geometry) {
-    const Point from = {RoundUp(geometry.at.x), RoundUp(geometry.at.y)};
-    const Point to = {RoundDown(geometry.at.x + geometry.size.width),
-                      RoundDown(geometry.at.y + geometry.size.height)};
-    return {{to.x - from.x, to.y - from.y}, from};
-}
-
-bool IsEmpty(Size size) { return size.width <= 0 || size.height <= 0; }
-
-bool Touches(const Geometry& geometry, Size size) {
-    return geometry.at.x < size.width && geometry.at.y < size.height &&
-           geometry.at.x + geometry.size.width > 0 && geometry.at.y + geometry.size.height > 0;
-}
-
-std::optional<Failure> PlaceSource(PlannedInput& input) {
-    const Size whole = input.probed.evenSize;
-    input.source = input.options.source.value_or(Geometry{whole, {0, 0}});
-    const Point from = input.source.at;
-    if (from.x < 0 || from.y < 0 || from.x + input.source.size.width > input.probed.size.width ||
-        from.y + input.source.size.height > input.probed.size.height) {
-        return NoSense(input, "--source lies outside the picture",
-                       "the picture is " + TextOf(input.probed.size));
-    }
-    input.source = OnEvenPixels(input.source);
-    if (IsEmpty(input.source.size)) {
-        return NoSense(input, "--source is too small", "edges lie on even pixels");
-    }
-    return std::nullopt;
-}
-
-std::optional<Failure> PlaceTarget(PlannedInput& input) {
-    input.target = input.options.target;
-    input.target.at = {RoundUp(input.target.at.x), RoundUp(input.target.at.y)};
-    if (IsEmpty(input.target.size)) {
-        input.target.size = input.source.size;
-    } else {
-        input.target = OnEvenPixels(input.options.target);
-    }
-    if (IsEmpty(input.target.size)) {
-        return NoSense(input, "--target is too small", "edges lie on even pixels");
-    }
-    for (Move& move : input.options.moves) {
-        move.to = {RoundUp(move.to.x), RoundUp(move.to.y)};
-    }
-    return std::nullopt;
-}
-
-// What the mixer can draw: pictures at their own size that cover what lies below them. Others it
-// leaves out, which nobody would expect of a command that reports success.
-std::optional<Failure> CheckDrawn(const PlannedInput& input) {
-    if (input.target.size != input.source.size) {
-        return NoSense(input, "can't be drawn at " + TextOf(input.target.size),
-                       "pictures are drawn at their own size, " + TextOf(input.source.size));
-    }
-    if (input.options.alpha > 0 && input.options.alpha < 1) {
-        return NoSense(input, "can't be drawn half transparent", "--alpha takes 0 or 1");
-    }
-    return std::nullopt;
-}
-
 std::optional<Failure> CheckFormat(const std::string& name) {
     if (name == "ARGB32") {
         return Failure{ExitStatus::kUsage, "--format ARGB32", "can't be drawn",
@@ -87,14 +23,55 @@ std::optional<Failure> CheckFormat(const std::string& name) {
     return std::nullopt;
 }
 
-std::optional<Failure> CheckSeen(const PlannedInput& input, Size size) {
-    Geometry place = input.target;
-    bool isSeen = Touches(place, size);
-    for (const Move& move : input.options.moves) {
-        place.at = move.to;
-        isSeen = isSeen || Touches(place, size);
+// What the mixer can draw: pictures at their own size that cover what lies below them. Others it
+// leaves out, which nobody would expect of a command that reports success.
+std::optional<Failure> CheckDrawn(const PlannedInput& input, const RectValues& rect) {
+    if (rect.target.size != rect.source.size) {
+        return NoSense(input, "can't be drawn at " + TextOf(rect.target.size),
+                       "pictures are drawn at their own size, " + TextOf(rect.source.size));
     }
-    if (!isSeen) {
+    RectValues plain = rect;
+    plain.border = {};
+    plain.flip = {};
+    plain.mask.clear();
+    plain.turn = {};
+    const bool isHalf = rect.alpha > 0 && rect.alpha < 1;
+    if (isHalf || plain != rect || input.rects.size() > 1) {
+        return NoSense(input, "can't be drawn like this",
+                       "pictures are drawn once, opaque and without border, flip, mask and turn");
+    }
+    return std::nullopt;
+}
+
+std::optional<Failure> CheckDrawn(const PlannedInput& input) {
+    for (const PlannedRect& rect : input.rects) {
+        auto failure = CheckDrawn(input, rect.first);
+        for (std::size_t i = 0; !failure && i < rect.moves.size(); ++i) {
+            failure = CheckDrawn(input, rect.moves[i].to);
+        }
+        if (failure) {
+            return failure;
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<Failure> CheckPictures(const CommandLine& line) {
+    const auto isPicture = [](const BackgroundChange& change) {
+        return !change.to.picture.empty();
+    };
+    const std::vector<BackgroundChange>& changes = line.backgroundChanges;
+    if (line.background.picture.empty() &&
+        std::none_of(changes.begin(), changes.end(), isPicture)) {
+        return std::nullopt;
+    }
+    return Failure{ExitStatus::kUsage, "--background", "can't be drawn",
+                   "a background is a colour or none"};
+}
+
+std::optional<Failure> CheckSeen(const PlannedInput& input, Size size) {
+    const auto isSeen = [&](const PlannedRect& rect) { return IsEverSeen(rect, size); };
+    if (std::none_of(input.rects.begin(), input.rects.end(), isSeen)) {
         return NoSense(input, "never seen", "its target lies outside of " + TextOf(size));
     }
     return std::nullopt;
@@ -109,14 +86,15 @@ std::optional<Failure> PlanInput(const OpenedInput& opened, PlannedInput& input)
     const bool isLive = opened.spec.IsLive();
     input.waitFrames = opened.options.waitFrames.value_or(isLive ? kLiveWait : kPatientWait);
     input.isEndless = !isMedia || isLive || opened.options.loop || opened.probed.isStill;
-    if (opened.options.loop && (isLive || !opened.probed.isSeekable)) {
+    const bool canLoop = opened.probed.isStill || (opened.probed.isSeekable && !isLive);
+    if (opened.options.loop && !canLoop) {
         return NoSense(input, "--loop can't be done", "it can't be set back to its beginning");
     }
-    if (auto failure = PlaceSource(input)) {
-        return failure;
-    }
-    if (auto failure = PlaceTarget(input)) {
-        return failure;
+    for (const RectOptions& options : opened.options.rects) {
+        if (auto failure =
+                PlanRect(input.spec, input.probed, options, input.rects.emplace_back())) {
+            return failure;
+        }
     }
     return CheckDrawn(input);
 }
@@ -124,21 +102,75 @@ std::optional<Failure> PlanInput(const OpenedInput& opened, PlannedInput& input)
 Size SizeOfTargets(const std::vector<PlannedInput>& inputs) {
     Size size = {2, 2};
     for (const PlannedInput& input : inputs) {
-        size.width = std::max(size.width, input.target.at.x + input.target.size.width);
-        size.height = std::max(size.height, input.target.at.y + input.target.size.height);
+        for (const PlannedRect& rect : input.rects) {
+            const Geometry& target = rect.first.target;
+            size.width = std::max(size.width, target.at.x + target.size.width);
+            size.height = std::max(size.height, target.at.y + target.size.height);
+        }
     }
     return size;
 }
 
-Rate FastestRate(const std::vector<PlannedInput>& inputs) {
+// The fastest of the inputs, those without a rate at the given one.
+Rate FastestRateOf(const std::vector<PlannedInput>& inputs, Rate ofOthers) {
     Rate fastest = {0, 1};
     for (const PlannedInput& input : inputs) {
-        if (input.probed.rate.IsKnown() &&
-            (!fastest.IsKnown() || input.probed.rate.PerSecond() > fastest.PerSecond())) {
-            fastest = input.probed.rate;
+        const Rate rate = input.probed.rate.IsKnown() ? input.probed.rate : ofOthers;
+        if (rate.PerSecond() > fastest.PerSecond()) {
+            fastest = rate;
         }
     }
+    return fastest;
+}
+
+Rate RateOf(const std::vector<PlannedInput>& inputs) {
+    const Rate fastest = FastestRateOf(inputs, {0, 1});
     return fastest.IsKnown() ? fastest : kRateOfStills;
+}
+
+std::vector<PlannedChange> ChangesOf(const CommandLine& line,
+                                     const std::vector<PlannedInput>& inputs) {
+    std::vector<PlannedChange> changes;
+    for (const BackgroundChange& change : line.backgroundChanges) {
+        changes.push_back({change.span, std::nullopt, 0, {}, change.to});
+    }
+    for (std::size_t input = 0; input < inputs.size(); ++input) {
+        for (std::size_t rect = 0; rect < inputs[input].rects.size(); ++rect) {
+            for (const PlannedMove& move : inputs[input].rects[rect].moves) {
+                changes.push_back({move.span, input, rect, move.to, {}});
+            }
+        }
+    }
+    std::stable_sort(changes.begin(), changes.end(), [](const auto& one, const auto& other) {
+        return one.span.start < other.span.start;
+    });
+    return changes;
+}
+
+std::vector<Capture> CapturesOf(const CommandLine& line) {
+    std::vector<Capture> captures = line.captures;
+    std::stable_sort(captures.begin(), captures.end(),
+                     [](const auto& one, const auto& other) { return one.time < other.time; });
+    return captures;
+}
+
+// A mix without a frame, and what would come after its end.
+std::optional<Failure> CheckTimes(const Plan& plan) {
+    if (!plan.duration) {
+        return std::nullopt;
+    }
+    const std::string length = SecondsText(*plan.duration) + " s";
+    if (static_cast<double>(*plan.duration) * plan.rate.PerSecond() < 0.5e9) {
+        return Failure{ExitStatus::kUsage, "--duration", "shorter than a frame",
+                       length + " at " + TextOf(plan.rate) + " frames/s"};
+    }
+    for (const Capture& capture : plan.captures) {
+        if (capture.time >= *plan.duration) {
+            return Failure{ExitStatus::kUsage, "--capture " + capture.file, "never made",
+                           "the mix ends at " + length};
+        }
+    }
+    return std::nullopt;
 }
 
 }  // namespace
@@ -148,10 +180,15 @@ bool Plan::HasEnd() const {
                                    [](const PlannedInput& input) { return !input.isEndless; });
 }
 
+Rate Plan::FastestRate() const { return FastestRateOf(inputs, rate); }
+
 std::optional<Failure> MakePlan(const CommandLine& line, const std::vector<OpenedInput>& inputs,
                                 Plan& plan) {
     plan = {};
     if (auto failure = CheckFormat(line.format)) {
+        return failure;
+    }
+    if (auto failure = CheckPictures(line)) {
         return failure;
     }
     for (const OpenedInput& opened : inputs) {
@@ -162,16 +199,18 @@ std::optional<Failure> MakePlan(const CommandLine& line, const std::vector<Opene
         plan.inputs.push_back(std::move(input));
     }
     plan.size = line.size.value_or(SizeOfTargets(plan.inputs));
-    plan.rate = line.rate.value_or(FastestRate(plan.inputs));
+    plan.rate = line.rate.value_or(RateOf(plan.inputs));
     plan.format = FindPixelFormat(line.format);
     plan.background = line.background;
+    plan.changes = ChangesOf(line, plan.inputs);
     plan.duration = line.duration;
+    plan.captures = CapturesOf(line);
     for (const PlannedInput& input : plan.inputs) {
         if (auto failure = CheckSeen(input, plan.size)) {
             return failure;
         }
     }
-    return std::nullopt;
+    return CheckTimes(plan);
 }
 
 std::string TextOf(const Plan& plan) {
@@ -179,8 +218,11 @@ std::string TextOf(const Plan& plan) {
     for (const PlannedInput& input : plan.inputs) {
         const std::string rate = input.probed.rate.IsKnown() ? TextOf(input.probed.rate) : "no";
         out += "qdmix: " + input.spec.Subject() + ": " + TextOf(input.probed.size) + ", " + rate +
-               " frames/s, " + TextOf(input.source.size) + " of it at " +
-               std::to_string(input.target.at.x) + "," + std::to_string(input.target.at.y) + "\n";
+               " frames/s";
+        for (const PlannedRect& rect : input.rects) {
+            out += ", " + TextOf(rect.first.source) + " at " + TextOf(rect.first.target);
+        }
+        out += "\n";
     }
     return out + "qdmix: mix: " + TextOf(plan.size) + ", " + TextOf(plan.rate) + " frames/s, " +
            plan.format->name + "\n";

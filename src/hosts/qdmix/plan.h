@@ -7,6 +7,7 @@
 #include "hosts/qdmix/options.h"
 #include "hosts/qdmix/output_spec.h"
 #include "hosts/qdmix/probe.h"
+#include "hosts/qdmix/rect_plan.h"
 
 #include <optional>
 #include <vector>
@@ -22,12 +23,20 @@ struct OpenedInput {
 
 struct PlannedInput {
     InputSpec spec;
-    InputOptions options;  // moves on even pixels
+    InputOptions options;
     Probed probed;
-    Geometry source;  // within probed.evenSize, even edges
-    Geometry target;  // even edges
+    std::vector<PlannedRect> rects;
     int waitFrames = 0;
     bool isEndless = false;  // doesn't keep the mix going
+};
+
+// Something that happens at a time of the mix: a rect of an input moves, or the background changes.
+struct PlannedChange {
+    Span span;
+    std::optional<std::size_t> input;  // nothing: the background
+    std::size_t rect = 0;
+    RectValues values;
+    Background background;
 };
 
 struct Plan {
@@ -35,11 +44,16 @@ struct Plan {
     Size size;
     Rate rate;
     const PixelFormat* format = nullptr;
-    std::optional<std::uint32_t> background;  // 0xAARRGGBB
-    std::optional<std::int64_t> duration;     // nanoseconds
+    Background background;
+    std::vector<PlannedChange> changes;    // in the order of their start
+    std::optional<std::int64_t> duration;  // nanoseconds
+    std::vector<Capture> captures;         // in the order of their time
 
     // Whether something other than a signal ends the mix.
     bool HasEnd() const;
+
+    // The rate of the fastest input; those without a rate come at that of the mix.
+    Rate FastestRate() const;
 };
 
 // Fails where an option makes no sense for what was found.

@@ -214,6 +214,9 @@ std::optional<Failure> ProbeInput(const InputSpec& spec, Probed& probed) {
         return failure;
     }
     probed.evenSize = {probed.size.width & ~1, probed.size.height & ~1};
+    if (probed.size.width <= 0 || probed.size.height <= 0) {
+        return CantOpen(spec, "can't be read", "no picture comes out of it");
+    }
     if (probed.evenSize.width == 0 || probed.evenSize.height == 0) {
         return CantOpen(spec, "its size can't be used",
                         TextOf(probed.size) + " is less than two pixels either way");

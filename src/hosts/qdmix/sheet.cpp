@@ -1,13 +1,14 @@
 #include "hosts/qdmix/sheet.h"
 
 #include "hosts/qdmix/gst_handles.h"
+#include "hosts/qdmix/png.h"
 
 #include <gst/app/gstappsink.h>
 #include <gst/video/video.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
-#include <fstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,20 +17,33 @@ namespace qdvm::qdmix {
 
 namespace {
 
-constexpr std::uint64_t kColumns = 3;
-constexpr std::uint64_t kRows = 2;
-constexpr std::uint64_t kMoments = kColumns * kRows;
 constexpr std::size_t kPixelBytes = 4;
 constexpr GstClockTime kTimeLimit = 30 * GST_SECOND;
 constexpr GstClockTime kPatience = 200 * GST_MSECOND;
 
 struct Sheet {
+    std::uint64_t moments = 0;
+    int columns = 0;
+    int rows = 0;
     Size moment;  // of one picture
     std::vector<guint8> pixels;
 
-    int Width() const { return moment.width * static_cast<int>(kColumns); }
-    int Height() const { return moment.height * static_cast<int>(kRows); }
+    int Width() const { return moment.width * columns; }
+    int Height() const { return moment.height * rows; }
 };
+
+// As square as it gets, and about as wide as the film.
+Sheet MakeSheet(int moments, Size film) {
+    Sheet sheet;
+    sheet.moments = static_cast<std::uint64_t>(moments);
+    sheet.columns = static_cast<int>(std::ceil(std::sqrt(moments)));
+    sheet.rows = (moments + sheet.columns - 1) / sheet.columns;
+    // Of even width, so that the rows of the sheet are without padding.
+    sheet.moment = {std::max(2, film.width / sheet.columns & ~1),
+                    std::max(2, film.height / sheet.columns & ~1)};
+    sheet.pixels.resize(kPixelBytes * sheet.Width() * sheet.Height());
+    return sheet;
+}
 
 GstHandle<GstCaps> PixelCaps(Size size) {
     return GstHandle<GstCaps>(gst_caps_new_simple(
@@ -37,14 +51,14 @@ GstHandle<GstCaps> PixelCaps(Size size) {
         G_TYPE_INT, size.height, "framerate", GST_TYPE_FRACTION, 1, 1, nullptr));
 }
 
-void Paste(const Sheet& at, std::uint64_t moment, const guint8* picture,
-           std::vector<guint8>& pixels) {
-    const std::size_t rowBytes = at.moment.width * kPixelBytes;
-    const std::size_t sheetRowBytes = rowBytes * kColumns;
-    const std::size_t left = (moment % kColumns) * rowBytes;
-    const std::size_t top = (moment / kColumns) * at.moment.height;
-    for (int y = 0; y < at.moment.height; ++y) {
-        std::memcpy(pixels.data() + (top + y) * sheetRowBytes + left, picture + y * rowBytes,
+void Paste(const guint8* picture, std::uint64_t moment, Sheet& sheet) {
+    const auto columns = static_cast<std::uint64_t>(sheet.columns);
+    const std::size_t rowBytes = sheet.moment.width * kPixelBytes;
+    const std::size_t sheetRowBytes = rowBytes * columns;
+    const std::size_t left = (moment % columns) * rowBytes;
+    const std::size_t top = (moment / columns) * sheet.moment.height;
+    for (int y = 0; y < sheet.moment.height; ++y) {
+        std::memcpy(sheet.pixels.data() + (top + y) * sheetRowBytes + left, picture + y * rowBytes,
                     rowBytes);
     }
 }
@@ -65,7 +79,7 @@ bool AddMoment(Sheet& sheet, std::uint64_t moment, GstSample* sample) {
     const bool isWhole = map.size >= sheet.moment.width * kPixelBytes *
                                          static_cast<std::size_t>(sheet.moment.height);
     if (isWhole) {
-        Paste(sheet, moment, map.data, sheet.pixels);
+        Paste(map.data, moment, sheet);
     }
     gst_buffer_unmap(buffer, &map);
     return isWhole;
@@ -91,18 +105,18 @@ GstHandle<GstSample> NextFrame(GstAppSink* sink, GstBus* bus) {
 // Reads the film once, from its beginning, so that it needs no index.
 bool CollectMoments(GstAppSink* sink, GstBus* bus, std::uint64_t frames, Sheet& sheet) {
     std::uint64_t moment = 0;
-    for (std::uint64_t frame = 0; moment < kMoments; ++frame) {
+    for (std::uint64_t frame = 0; moment < sheet.moments; ++frame) {
         const GstHandle<GstSample> sample = NextFrame(sink, bus);
         if (!sample) {
             break;
         }
-        while (moment < kMoments && frame >= (2 * moment + 1) * frames / (2 * kMoments)) {
+        while (moment < sheet.moments && frame >= (2 * moment + 1) * frames / (2 * sheet.moments)) {
             if (!AddMoment(sheet, moment++, sample.get())) {
                 return false;
             }
         }
     }
-    return moment == kMoments;
+    return moment == sheet.moments;
 }
 
 bool ReadFilm(const std::filesystem::path& film, std::uint64_t frames, Sheet& sheet) {
@@ -124,44 +138,28 @@ bool ReadFilm(const std::filesystem::path& film, std::uint64_t frames, Sheet& sh
     return isRead;
 }
 
-bool WritePng(const Sheet& sheet, const std::filesystem::path& picture) {
+bool WritePixels(const Sheet& sheet, const std::filesystem::path& picture) {
     GstBuffer* buffer = gst_buffer_new_memdup(sheet.pixels.data(), sheet.pixels.size());
     GST_BUFFER_PTS(buffer) = 0;
-    const GstHandle<GstCaps> from = PixelCaps({sheet.Width(), sheet.Height()});
-    const GstHandle<GstSample> raw(gst_sample_new(buffer, from.get(), nullptr, nullptr));
+    const GstHandle<GstCaps> caps = PixelCaps({sheet.Width(), sheet.Height()});
+    const GstHandle<GstSample> raw(gst_sample_new(buffer, caps.get(), nullptr, nullptr));
     gst_buffer_unref(buffer);
-    const GstHandle<GstCaps> png(gst_caps_from_string("image/png"));
-    const GstHandle<GstSample> encoded(
-        gst_video_convert_sample(raw.get(), png.get(), kTimeLimit, nullptr));
-    GstMapInfo map;
-    if (!encoded || !gst_buffer_map(gst_sample_get_buffer(encoded.get()), &map, GST_MAP_READ)) {
-        return false;
-    }
-    std::ofstream out(picture, std::ios::binary | std::ios::trunc);
-    (void)out.write(reinterpret_cast<const char*>(map.data),
-                    static_cast<std::streamsize>(map.size));
-    gst_buffer_unmap(gst_sample_get_buffer(encoded.get()), &map);
-    out.close();
-    return out.good();
+    return WritePng(raw.get(), picture);
 }
 
 }  // namespace
 
 std::optional<Failure> WriteSheet(const std::filesystem::path& film, std::uint64_t frames,
-                                  Size size, const std::filesystem::path& picture,
+                                  Size size, int moments, const std::filesystem::path& picture,
                                   const std::string& subject) {
     const auto fail = [&](std::string what, std::string why) {
         return Failure{ExitStatus::kOutput, subject, std::move(what), std::move(why)};
     };
-    Sheet sheet;
-    // Of even width, so that the rows of the sheet are without padding.
-    sheet.moment = {std::max(2, size.width / static_cast<int>(kColumns) & ~1),
-                    std::max(2, size.height / static_cast<int>(kColumns) & ~1)};
-    sheet.pixels.resize(kPixelBytes * sheet.Width() * sheet.Height());
+    Sheet sheet = MakeSheet(moments, size);
     if (!ReadFilm(film, frames, sheet)) {
         return fail("can't be made", "the film can't be read back");
     }
-    if (!WritePng(sheet, picture)) {
+    if (!WritePixels(sheet, picture)) {
         return fail("can't be written", "the disk is full, or no PNG encoder is installed");
     }
     return std::nullopt;

@@ -12,10 +12,10 @@
 
 namespace qdvm::qdmix {
 
-// Reads a finished film of `frames` frames of a size, and writes six of them, evenly spread and
-// reduced to a third, as a PNG picture of two rows. `subject` is how failures name the sheet.
+// Reads a finished film of `frames` frames of a size, and writes some of them, evenly spread and
+// reduced, as one PNG picture of about the film's width. `subject` is how failures name the sheet.
 std::optional<Failure> WriteSheet(const std::filesystem::path& film, std::uint64_t frames,
-                                  Size size, const std::filesystem::path& picture,
+                                  Size size, int moments, const std::filesystem::path& picture,
                                   const std::string& subject);
 
 }  // namespace qdvm::qdmix

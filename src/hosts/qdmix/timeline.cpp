@@ -1,5 +1,7 @@
 #include "hosts/qdmix/timeline.h"
 
+#include "hosts/qdmix/mixer_settings.h"
+
 #include <algorithm>
 #include <chrono>
 #include <utility>
@@ -9,7 +11,7 @@ namespace qdvm::qdmix {
 namespace {
 
 // Longer than a frame can take where the mix doesn't stand still.
-constexpr std::chrono::seconds kMoveTimeLimit{2};
+constexpr std::chrono::seconds kChangeTimeLimit{2};
 
 constexpr std::int64_t kRounding = 1000;
 
@@ -107,7 +109,7 @@ GstPadProbeReturn Timeline::TakeInputFrame(Input& input, GstBuffer* frame) {
                                     ? static_cast<std::int64_t>(GST_BUFFER_DURATION(frame))
                                     : Period(input.plan->probed.rate);
     input.end = static_cast<std::int64_t>(start) + length;
-    ApplyMoves(static_cast<std::int64_t>(start));
+    MakeChanges(static_cast<std::int64_t>(start));
     return GST_PAD_PROBE_OK;
 }
 
@@ -135,43 +137,45 @@ void Timeline::EndInput(Input& input) {
     }
 }
 
-// Whichever input comes first to a time makes the moves of that time: the mixer composes in step
+// Whichever input comes first to a time makes the changes of that time: the mixer composes in step
 // with its inputs, while its output may lie some frames back in a queue.
-void Timeline::ApplyMoves(std::int64_t now) {
+void Timeline::MakeChanges(std::int64_t now) {
     std::unique_lock lock(mutex);
-    while (const Input* due = NextDue(now)) {
-        const std::int64_t first = due->NextMove()->start;
+    while (const PlannedChange* due = NextDue(now)) {
+        const std::int64_t first = due->span.start;
         if (isExact) {
-            // This input holds back the frame at which the move begins until those before it are
-            // through, so that the move begins with the same frame each time.
+            // This input holds back the frame at which the change begins until those before it are
+            // through, so that the change begins with the same frame each time.
             const auto isThrough = [&] { return time + kRounding >= first || isReleased; };
-            (void)delivered.wait_for(lock, kMoveTimeLimit, isThrough);
+            (void)delivered.wait_for(lock, kChangeTimeLimit, isThrough);
         }
-        if (Input* stillDue = NextDue(now)) {
-            Apply(*stillDue);
-        }
-    }
-}
-
-Timeline::Input* Timeline::NextDue(std::int64_t now) const {
-    for (const auto& input : inputs) {
-        if (const Move* move = input->NextMove(); move != nullptr && move->start <= now) {
-            return input.get();
+        // Another input may have made it meanwhile.
+        if (NextDue(now) == due) {
+            ++changesMade;
+            Make(*due);
         }
     }
-    return nullptr;
 }
 
-void Timeline::Apply(Input& input) {
-    const Move& move = *input.NextMove();
-    ++input.movesMade;
-    g_object_set(mixer, "change-time", static_cast<guint>(move.take / GST_MSECOND), nullptr);
-    g_object_set(input.pad.get(), "xpos", move.to.x, "ypos", move.to.y, nullptr);
+const PlannedChange* Timeline::NextDue(std::int64_t now) const {
+    const bool isDue =
+        changesMade < plan.changes.size() && plan.changes[changesMade].span.start <= now;
+    return isDue ? &plan.changes[changesMade] : nullptr;
 }
 
-const Move* Timeline::Input::NextMove() const {
-    const std::vector<Move>& moves = plan->options.moves;
-    return movesMade < moves.size() ? &moves[movesMade] : nullptr;
+void Timeline::Make(const PlannedChange& change) {
+    if (!change.input) {
+        SetChangeTime(mixer, change.span.take);
+        SetBackground(mixer, change.background);
+        return;
+    }
+    // The mixer counts the frames of a rect's change by its fastest input, and takes one step for
+    // each frame of the mix.
+    SetChangeTime(
+        mixer, static_cast<std::int64_t>(static_cast<double>(change.span.take) *
+                                         plan.rate.PerSecond() / plan.FastestRate().PerSecond()));
+    const Input& input = *inputs[*change.input];
+    SetRect(input.pad.get(), change.rect, change.values, input.plan->probed.evenSize);
 }
 
 GstPadProbeReturn Timeline::OnOutput(GstPad*, GstPadProbeInfo* info, gpointer data) {
@@ -194,10 +198,28 @@ GstPadProbeReturn Timeline::TakeOutputFrame(GstBuffer* frame) {
         return GST_PAD_PROBE_DROP;
     }
     ++frames;
+    KeepStills(frame, start + period);
     const std::lock_guard lock(mutex);
     time = start + period;
     delivered.notify_all();
     return GST_PAD_PROBE_OK;
+}
+
+// The frame itself goes back to the mixer's allocator, which has few of them.
+void Timeline::KeepStills(GstBuffer* frame, std::int64_t frameEnd) {
+    const std::lock_guard lock(mutex);
+    while (stillsKept < plan.captures.size() && plan.captures[stillsKept].time < frameEnd) {
+        const GstHandle<GstCaps> caps(gst_pad_get_current_caps(output));
+        GstBuffer* copy = gst_buffer_copy_deep(frame);
+        stills.emplace_back(gst_sample_new(copy, caps.get(), nullptr, nullptr));
+        gst_buffer_unref(copy);
+        ++stillsKept;
+    }
+}
+
+std::vector<GstHandle<GstSample>> Timeline::TakeStills() {
+    const std::lock_guard lock(mutex);
+    return std::exchange(stills, {});
 }
 
 std::optional<std::int64_t> Timeline::EndOf(std::size_t input) const {

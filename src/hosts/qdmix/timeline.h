@@ -1,6 +1,7 @@
 #pragma once
 
-// What happens at which time of the mix: the common start, moves, and the end.
+// What happens at which time of the mix: the common start, moves and other changes, stills, and the
+// end.
 
 #include "hosts/qdmix/gst_handles.h"
 #include "hosts/qdmix/plan.h"
@@ -21,7 +22,7 @@ namespace qdvm::qdmix {
 // pipeline, the latter while the pipeline is stopped; the rest from any thread.
 class Timeline {
 public:
-    // `exact`: a move may hold its input back until the frames before it have left the mixer.
+    // `exact`: a change may hold its input back until the frames before it have left the mixer.
     Timeline(const Plan& thePlan, GstElement* theMixer, bool exact);
     ~Timeline();
     Timeline(const Timeline&) = delete;
@@ -41,6 +42,10 @@ public:
     // Where the frames of an input ended, in nanoseconds; nothing before its end.
     std::optional<std::int64_t> EndOf(std::size_t input) const;
 
+    // Copies of the frames to capture that have come since the last call, in the order of the
+    // plan's captures.
+    std::vector<GstHandle<GstSample>> TakeStills();
+
     std::uint64_t Frames() const { return frames; }
     std::int64_t Time() const { return time; }  // of the end of the last frame, nanoseconds
 
@@ -53,10 +58,7 @@ private:
         GstSegment segment;                 // of the pad; its streaming thread only
         std::int64_t end = 0;               // where its last frame ends; its streaming thread only
         bool isCut = false;                 // ended by the timeline; its streaming thread only
-        std::size_t movesMade = 0;          // guarded by mutex
         std::optional<std::int64_t> ended;  // guarded by mutex
-
-        const Move* NextMove() const;
     };
 
     static GstPadProbeReturn OnInput(GstPad* pad, GstPadProbeInfo* info, gpointer input);
@@ -66,10 +68,11 @@ private:
     GstPadProbeReturn TakeInputFrame(Input& input, GstBuffer* frame);
     void CutInput(Input& input);
     void EndInput(Input& input);
-    void ApplyMoves(std::int64_t now);
-    Input* NextDue(std::int64_t now) const;
-    void Apply(Input& input);
+    void MakeChanges(std::int64_t now);
+    const PlannedChange* NextDue(std::int64_t now) const;
+    void Make(const PlannedChange& change);
     GstPadProbeReturn TakeOutputFrame(GstBuffer* frame);
+    void KeepStills(GstBuffer* frame, std::int64_t frameEnd);
     void SendEnd();
 
     static constexpr std::int64_t kNoEnd = std::numeric_limits<std::int64_t>::max();
@@ -85,7 +88,10 @@ private:
 
     mutable std::mutex mutex;
     std::condition_variable delivered;
-    bool isReleased = false;        // guarded by mutex
+    bool isReleased = false;                   // guarded by mutex
+    std::size_t changesMade = 0;               // guarded by mutex
+    std::size_t stillsKept = 0;                // guarded by mutex
+    std::vector<GstHandle<GstSample>> stills;  // guarded by mutex
     std::size_t lastingInputs = 0;  // with an end that has not come yet; guarded by mutex
     std::int64_t lastEnd = 0;       // guarded by mutex
 

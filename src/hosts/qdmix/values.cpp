@@ -172,20 +172,52 @@ std::optional<std::uint32_t> ParseColour(std::string_view text) {
     return error == std::errc{} && stop == end ? std::optional(0xFF000000 | colour) : std::nullopt;
 }
 
-std::optional<Move> ParseMove(std::string_view text) {
-    const auto halves = SplitAt(text, '@');
+std::optional<Pair> ParsePair(std::string_view text) {
+    const auto halves = SplitAt(text, ',');
     if (!halves) {
         return std::nullopt;
     }
-    const auto times = SplitAt(halves->second, '+');
-    const std::optional<Point> to = ParsePoint(halves->first);
-    const std::optional<std::int64_t> start = ParseTime(times ? times->first : halves->second);
-    const std::optional<std::int64_t> take = times ? ParseTime(times->second) : 0;
-    return to && start && take ? std::optional(Move{*to, *start, *take}) : std::nullopt;
+    const std::optional<double> horizontal = ParseNumber(halves->first);
+    const std::optional<double> vertical = ParseNumber(halves->second);
+    return horizontal && vertical ? std::optional(Pair{*horizontal, *vertical}) : std::nullopt;
+}
+
+std::optional<Border> ParseBorder(std::string_view text) {
+    const auto [widthText, rest] = SplitAt(text, ',').value_or(Halves{text, "white"});
+    const auto [colourText, opacityText] = SplitAt(rest, ',').value_or(Halves{rest, "1"});
+    const std::optional<int> width = ParseInteger(widthText);
+    const std::optional<std::uint32_t> colour = ParseColour(colourText);
+    const std::optional<double> opacity = ParseNumber(opacityText);
+    if (!IsWithin(width, 0, kLargestSide) || !colour || !opacity || *opacity < 0 || *opacity > 1) {
+        return std::nullopt;
+    }
+    const auto alpha = static_cast<std::uint32_t>(std::lround(*opacity * 255));
+    return Border{*width, (*colour & 0x00FFFFFF) | alpha << 24};
+}
+
+std::optional<Timed> ParseTimed(std::string_view text) {
+    const std::size_t at = text.rfind('@');
+    if (at == std::string_view::npos) {
+        return std::nullopt;
+    }
+    const std::string_view times = text.substr(at + 1);
+    const auto halves = SplitAt(times, '+');
+    const std::optional<std::int64_t> start = ParseTime(halves ? halves->first : times);
+    const std::optional<std::int64_t> take = halves ? ParseTime(halves->second) : 0;
+    if (!start || !take) {
+        return std::nullopt;
+    }
+    const std::size_t end = text.substr(0, at).find_last_not_of(' ');
+    return Timed{text.substr(0, end == std::string_view::npos ? 0 : end + 1), {*start, *take}};
 }
 
 std::string TextOf(Size size) {
     return std::to_string(size.width) + "x" + std::to_string(size.height);
+}
+
+std::string TextOf(const Geometry& geometry) {
+    return TextOf(geometry.size) + "+" + std::to_string(geometry.at.x) + "+" +
+           std::to_string(geometry.at.y);
 }
 
 std::string TextOf(Rate rate) {

@@ -42,13 +42,33 @@ struct Rate {
     bool operator==(const Rate&) const = default;
 };
 
-// A change of place: begins at `start` of the output and takes `take`, both in nanoseconds.
-struct Move {
-    Point to;
+// Two numbers for left and right, and for up and down.
+struct Pair {
+    double horizontal = 0;
+    double vertical = 0;
+
+    bool operator==(const Pair&) const = default;
+};
+
+struct Border {
+    int width = 0;                      // pixels, within the target; 0: none
+    std::uint32_t colour = 0xFFFFFFFF;  // 0xAARRGGBB
+
+    bool operator==(const Border&) const = default;
+};
+
+// When a change begins and how long it takes, in nanoseconds of the output.
+struct Span {
     std::int64_t start = 0;
     std::int64_t take = 0;
 
-    bool operator==(const Move&) const = default;
+    bool operator==(const Span&) const = default;
+};
+
+// "WHAT@START[+TAKE]" as its two halves.
+struct Timed {
+    std::string_view what;
+    Span span;
 };
 
 // Each reads a whole text, and gives nothing if any of it is wrong.
@@ -75,10 +95,17 @@ std::optional<std::int64_t> ParseTime(std::string_view text);
 // "#RRGGBB" or one of a few names as 0xAARRGGBB, opaque.
 std::optional<std::uint32_t> ParseColour(std::string_view text);
 
-// "X,Y@START+TAKE"; without "+TAKE" at once.
-std::optional<Move> ParseMove(std::string_view text);
+// "X,Y", with fractions.
+std::optional<Pair> ParsePair(std::string_view text);
+
+// "WIDTH[,COLOUR[,OPACITY]]"; white and opaque without.
+std::optional<Border> ParseBorder(std::string_view text);
+
+// "WHAT@START[+TAKE]"; without "+TAKE" at once. The last "@" counts; spaces before it are left out.
+std::optional<Timed> ParseTimed(std::string_view text);
 
 std::string TextOf(Size size);
+std::string TextOf(const Geometry& geometry);
 std::string TextOf(Rate rate);
 
 // Seconds with two decimals.
