@@ -2,6 +2,8 @@
 
 #include "gstreamer/mix_pipeline.h"
 
+#include <qdvideomixer/video_mixer.h>
+
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -149,6 +151,114 @@ TEST(Formats, CarriesFieldOrderThrough) {
     EXPECT_NE(frames[1].flags & guint{GST_VIDEO_BUFFER_FLAG_INTERLACED}, 0u);
     EXPECT_EQ(frames[1].flags & guint{GST_VIDEO_BUFFER_FLAG_TFF}, 0u);
     EXPECT_EQ(frames[1].At(0, 0), 11);
+}
+
+TEST(Formats, ShowsTheVisiblePartOfALargerBuffer) {
+    // In one plane it can be wrapped, in several it is copied.
+    for (const char* format : {"BGRx", "YUY2", "I420"}) {
+        const std::string head = std::string("video/x-raw,framerate=25/1,format=") + format;
+        const std::string caps = head + ",width=16,height=8";
+        GstCaps* large = gst_caps_from_string((head + ",width=32,height=24").c_str());
+        GstVideoInfo info;
+        ASSERT_TRUE(gst_video_info_from_caps(&info, large));
+        gst_caps_unref(large);
+        GstBuffer* buffer = gst_buffer_new_allocate(nullptr, info.size, nullptr);
+        (void)gst_buffer_memset(buffer, 0, 0xEE, info.size);
+        (void)gst_buffer_add_video_meta(buffer, GST_VIDEO_FRAME_FLAG_NONE,
+                                        GST_VIDEO_INFO_FORMAT(&info), 32, 24);
+        GstVideoCropMeta* crop = gst_buffer_add_video_crop_meta(buffer);
+        *crop = {crop->meta, 4, 6, 16, 8};
+        for (guint plane = 0; plane < GST_VIDEO_INFO_N_PLANES(&info); ++plane) {
+            const int scale = plane == 0 ? 1 : 2;
+            const int pixelBytes = GST_VIDEO_INFO_COMP_PSTRIDE(&info, plane);
+            for (int y = 6 / scale; y < 14 / scale; ++y)
+                (void)gst_buffer_memset(
+                    buffer,
+                    GST_VIDEO_INFO_PLANE_OFFSET(&info, plane) +
+                        static_cast<gsize>(y * GST_VIDEO_INFO_PLANE_STRIDE(&info, plane) +
+                                           4 / scale * pixelBytes),
+                    77, static_cast<gsize>(16 / scale * pixelBytes));
+        }
+        MixPipeline mix(caps);
+        Source source = mix.Add(caps);
+        source.SendBuffer(buffer, 0);
+        source.End();
+        mix.Play();
+        const std::vector<Frame> frames = mix.PullAll();
+        ASSERT_EQ(frames.size(), 1u) << format;
+        EXPECT_EQ(frames[0].data, std::vector<std::uint8_t>(frames[0].data.size(), 77)) << format;
+    }
+}
+
+TEST(Formats, LeavesOutAFrameThatIsSmallerThanItsCapsSay) {
+    MixPipeline mix(Caps(32, 16));
+    Source good = mix.Add(Caps(16, 16));
+    Source bad = mix.Add(Caps(16, 16));
+    bad.Place(16, 0);
+    good.SendMany(10, 10);
+    bad.SendMany(4, 100);
+    bad.SendBuffer(gst_buffer_new_allocate(nullptr, 100, nullptr), 4 * kFrame);
+    bad.SendMany(5, 105, 5);
+    good.End();
+    bad.End();
+    mix.Play();
+    const std::vector<Frame> frames = mix.PullAll();
+    ASSERT_EQ(frames.size(), 10u);
+    EXPECT_EQ(frames[4].At(0, 0), 14);
+    EXPECT_EQ(frames[4].At(16, 0), 103);
+    EXPECT_EQ(frames[9].At(16, 0), 109);
+    EXPECT_EQ(bad.Count("frames-dropped"), 1u);
+}
+
+// What the mixer knows of a stream's first frame.
+VM_VIDEO_PROPS PropsOf(const std::string& caps, guint bufferFlags) {
+    MixPipeline mix("video/x-raw");
+    Source source = mix.Add(caps);
+    GstCaps* parsed = gst_caps_from_string(caps.c_str());
+    GstVideoInfo info;
+    EXPECT_TRUE(gst_video_info_from_caps(&info, parsed));
+    gst_caps_unref(parsed);
+    GstBuffer* buffer = gst_buffer_new_allocate(nullptr, info.size, nullptr);
+    (void)gst_buffer_memset(buffer, 0, 0, info.size);
+    GST_BUFFER_FLAG_SET(buffer, bufferFlags);
+    source.SendBuffer(buffer, 0);
+    mix.Play();
+    (void)mix.PullMany(1);
+    gpointer mixer = nullptr;
+    g_object_get(mix.Mixer(), "mixer", &mixer, nullptr);
+    VM_VIDEO_PROPS props{};
+    EXPECT_EQ(static_cast<IQDVideoMixer*>(mixer)->GetInputProps(0, &props), S_OK);
+    return props;
+}
+
+TEST(Formats, TellsTheMixerFieldsAndShapeOfAStream) {
+    const std::string pal =
+        "video/x-raw,format=YUY2,width=720,height=576,framerate=25/1,pixel-aspect-ratio=16/15";
+    constexpr guint kTop = GST_VIDEO_BUFFER_FLAG_INTERLACED | GST_VIDEO_BUFFER_FLAG_TFF;
+    const VM_VIDEO_PROPS plain = PropsOf(pal, 0);
+    EXPECT_EQ(plain.eInterlace, eVMI_Progressive);
+    EXPECT_EQ(plain.nAspectX * 3, plain.nAspectY * 4);
+    // The order in the caps, or where they have none the buffer's.
+    EXPECT_EQ(
+        PropsOf(pal + ",interlace-mode=interleaved,field-order=top-field-first", 0).eInterlace,
+        eVMI_Field1First);
+    EXPECT_EQ(PropsOf(pal + ",interlace-mode=interleaved", kTop).eInterlace, eVMI_Field1First);
+    EXPECT_EQ(PropsOf(pal + ",interlace-mode=interleaved", 0).eInterlace, eVMI_Field2First);
+    EXPECT_EQ(PropsOf(pal + ",interlace-mode=mixed", kTop).eInterlace, eVMI_Field1First);
+    EXPECT_EQ(PropsOf(pal + ",interlace-mode=mixed", 0).eInterlace, eVMI_Progressive);
+}
+
+// Colours that downstream would take for others without being told.
+TEST(Formats, TellsDownstreamTheColoursOfASmallStreamInALargePicture) {
+    MixPipeline mix("video/x-raw,width=1280,height=720");
+    Source source = mix.Add("video/x-raw,format=I420,width=320,height=240,framerate=25/1");
+    source.Send(16, 0);
+    source.End();
+    mix.Play();
+    const std::vector<Frame> frames = mix.PullAll();
+    ASSERT_EQ(frames.size(), 1u);
+    EXPECT_TRUE(
+        gst_video_colorimetry_matches(&frames[0].info.colorimetry, GST_VIDEO_COLORIMETRY_BT601));
 }
 
 TEST(Formats, NamesAStreamThatCannotBeMixed) {

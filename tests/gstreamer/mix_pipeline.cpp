@@ -127,8 +127,10 @@ Source MixPipeline::Add(const std::string& caps, const std::string& padName) {
 }
 
 void MixPipeline::Remove(const Source& source) {
-    // The pad first: it lets a thread go that waits in the mixer.
+    // The pad first: it lets a thread go that waits in the mixer. From then on the pipeline, whose
+    // own change of state may still be under way, must not start the source again.
     gst_element_release_request_pad(mixer, source.Pad());
+    (void)gst_element_set_locked_state(source.Element(), TRUE);
     (void)gst_element_set_state(source.Element(), GST_STATE_NULL);
     (void)gst_bin_remove(GST_BIN(pipeline), source.Element());
 }

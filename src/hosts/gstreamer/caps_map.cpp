@@ -114,6 +114,29 @@ void SetInterlace(GstStructure* structure, const OutputWish& wish) {
         gst_structure_set(structure, "field-order", G_TYPE_STRING, order, nullptr);
 }
 
+// Nothing is said where it would be taken for granted anyway: UYVY of a named BT.709 is another
+// format here.
+void SetColorimetry(GstStructure* structure, const OutputWish& wish) {
+    if (gst_structure_has_field(structure, "colorimetry")) {
+        gst_structure_fixate_field_string(structure, "colorimetry", wish.colorimetry.c_str());
+        return;
+    }
+    const char* name = gst_structure_get_string(structure, "format");
+    const PixelFormat* pixels = FindPixelFormat(gst_video_format_from_string(name ? name : ""));
+    int width = 0;
+    int height = 0;
+    GstVideoInfo assumed;
+    GstVideoColorimetry wished;
+    if (!pixels || !pixels->isYuv || !gst_structure_get_int(structure, "width", &width) ||
+        !gst_structure_get_int(structure, "height", &height) ||
+        !gst_video_info_set_format(&assumed, pixels->gst, static_cast<guint>(width),
+                                   static_cast<guint>(height)) ||
+        !gst_video_colorimetry_from_string(&wished, wish.colorimetry.c_str()) ||
+        gst_video_colorimetry_is_equal(&wished, &assumed.colorimetry))
+        return;
+    gst_structure_set(structure, "colorimetry", G_TYPE_STRING, wish.colorimetry.c_str(), nullptr);
+}
+
 }  // namespace
 
 std::span<const PixelFormat> PixelFormats() { return kFormats; }
@@ -156,6 +179,17 @@ bool ReadCaps(const GstCaps* caps, StreamFormat* format, std::string* reason) {
     return true;
 }
 
+eVM_Interlace InterlaceOf(const GstVideoInfo& info, GstBuffer* buffer) {
+    const eVM_Interlace told = InterlaceOfCaps(info);
+    if (told == eVMI_Progressive) return told;
+    const bool mayBeWhole = GST_VIDEO_INFO_INTERLACE_MODE(&info) == GST_VIDEO_INTERLACE_MODE_MIXED;
+    if (mayBeWhole && !GST_BUFFER_FLAG_IS_SET(buffer, GST_VIDEO_BUFFER_FLAG_INTERLACED))
+        return eVMI_Progressive;
+    if (GST_VIDEO_INFO_FIELD_ORDER(&info) != GST_VIDEO_FIELD_ORDER_UNKNOWN) return told;
+    return GST_BUFFER_FLAG_IS_SET(buffer, GST_VIDEO_BUFFER_FLAG_TFF) ? eVMI_Field1First
+                                                                     : eVMI_Field2First;
+}
+
 HRESULT BuildStreamType(const StreamFormat& format, std::int32_t rowWidth, MediaType* type) {
     const PIC_PROPS& picture = format.props.picProps;
     const HRESULT result = BuildVideoMediaType(type, picture.fccType, FORMAT_VideoInfo2,
@@ -184,6 +218,7 @@ GstCaps* ChooseOutputCaps(const GstCaps* allowed, const OutputWish& wish) {
     SetSimple(structure, wish);
     SetPixelFormat(structure, wish);
     SetInterlace(structure, wish);
+    SetColorimetry(structure, wish);
     return gst_caps_fixate(possible);
 }
 

@@ -49,6 +49,10 @@ struct StreamFormat {
 // False, with the reason, for caps that can't be mixed.
 bool ReadCaps(const GstCaps* caps, StreamFormat* format, std::string* reason);
 
+// How the fields of one buffer lie in time. Caps that leave the order open, or that let whole
+// frames and fields alternate, leave it to the buffer's flags.
+eVM_Interlace InterlaceOf(const GstVideoInfo& info, GstBuffer* buffer);
+
 // The type of a pad's stream whose rows are rowWidth pixels apart, 0 for its own width.
 HRESULT BuildStreamType(const StreamFormat& format, std::int32_t rowWidth, MediaType* type);
 
@@ -60,6 +64,7 @@ struct OutputWish {
     int rateNum = 25;
     int rateDen = 1;
     eVM_Interlace interlace = eVMI_Progressive;
+    std::string colorimetry = GST_VIDEO_COLORIMETRY_BT601;  // of a YUV output
 };
 
 // Fixed caps nearest to the wish among those that downstream allows; null if there are none. The

@@ -149,8 +149,9 @@ void InstallStatus(GObjectClass* klass) {
         klass, kMixer,
         g_param_spec_pointer("mixer", "Mixer",
                              "The control interface of the mixer for C++ programs, an "
-                             "IQDVideoMixer* of <qdvideomixer/video_mixer.h>; borrowed, valid as "
-                             "long as the element. Streams go by a pad's stream-number",
+                             "IQDVideoMixer* of <qdvideomixer/video_mixer.h>, whose QueryInterface "
+                             "gives the others; borrowed, valid as long as the element. Streams go "
+                             "by a pad's stream-number",
                              kReadable));
 }
 

@@ -14,6 +14,19 @@ int Aligned(int bytes) { return (bytes + kRowAlignment - 1) / kRowAlignment * kR
 
 int Lines(const StreamFormat& format) { return std::abs(format.props.picProps.nHeight); }
 
+// Bytes from where a plane begins to where what is to be seen of it begins.
+gsize CropOffset(GstBuffer* buffer, const GstVideoFormatInfo* format, int plane, int stride) {
+    const GstVideoCropMeta* crop = gst_buffer_get_video_crop_meta(buffer);
+    if (!crop) return 0;
+    guint component = 0;
+    while (static_cast<int>(GST_VIDEO_FORMAT_INFO_PLANE(format, component)) != plane) ++component;
+    // Whole pairs of pixels, so that colours stay where they are.
+    const guint x = (crop->x & ~1u) >> GST_VIDEO_FORMAT_INFO_W_SUB(format, component);
+    const guint y = (crop->y & ~1u) >> GST_VIDEO_FORMAT_INFO_H_SUB(format, component);
+    const auto pixelBytes = static_cast<gsize>(GST_VIDEO_FORMAT_INFO_PSTRIDE(format, component));
+    return y * static_cast<gsize>(stride) + x * pixelBytes;
+}
+
 }  // namespace
 
 PlanePlaces PlacesOf(const GstVideoInfo& info) {
@@ -28,12 +41,13 @@ PlanePlaces PlacesOf(const GstVideoInfo& info) {
 
 PlanePlaces PlacesOf(GstBuffer* buffer, const GstVideoInfo& info) {
     const GstVideoMeta* meta = gst_buffer_get_video_meta(buffer);
-    if (!meta) return PlacesOf(info);
-    PlanePlaces places;
-    places.count = static_cast<int>(meta->n_planes);
+    PlanePlaces places = PlacesOf(info);
     for (int plane = 0; plane < places.count; ++plane) {
-        places.offset[plane] = meta->offset[plane];
-        places.stride[plane] = meta->stride[plane];
+        if (meta) {
+            places.offset[plane] = meta->offset[plane];
+            places.stride[plane] = meta->stride[plane];
+        }
+        places.offset[plane] += CropOffset(buffer, info.finfo, plane, places.stride[plane]);
     }
     return places;
 }
@@ -73,11 +87,13 @@ void CopyFrame(const StreamFormat& format, const GstVideoFrame& from, BYTE* to,
         const int scale = plane == 0 ? 1 : 2;
         const auto rowBytes =
             static_cast<std::size_t>(picture.nWidth / scale * format.pixels->pixelBytes);
-        const BYTE* source = static_cast<const BYTE*>(GST_VIDEO_FRAME_PLANE_DATA(&from, plane));
+        const int fromStride = GST_VIDEO_FRAME_PLANE_STRIDE(&from, plane);
+        const BYTE* source = static_cast<const BYTE*>(GST_VIDEO_FRAME_PLANE_DATA(&from, plane)) +
+                             CropOffset(from.buffer, from.info.finfo, plane, fromStride);
         BYTE* target = to + toPlaces.offset[plane];
         for (int line = 0; line < Lines(format) / scale; ++line) {
             std::memcpy(target, source, rowBytes);
-            source += GST_VIDEO_FRAME_PLANE_STRIDE(&from, plane);
+            source += fromStride;
             target += toPlaces.stride[plane];
         }
     }

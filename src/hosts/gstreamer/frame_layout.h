@@ -24,7 +24,8 @@ struct PlanePlaces {
     bool operator==(const PlanePlaces&) const = default;
 };
 
-// Of a buffer: from its GstVideoMeta, else from the caps.
+// Of what is to be seen of a buffer: from its GstVideoMeta, else from the caps, and from its
+// GstVideoCropMeta.
 PlanePlaces PlacesOf(GstBuffer* buffer, const GstVideoInfo& info);
 PlanePlaces PlacesOf(const GstVideoInfo& info);
 

@@ -88,6 +88,7 @@ struct PadStream {
     GstClockTimeDiff lastStop = 0;     // running time of the end of the frame before
     HeldFrame lastFrame;               // shown on when the filter starts anew
     bool wasLost = false;              // when it was drained
+    bool isRefused = false;            // its last frame couldn't be mixed
 
     // Its place on the output: the filter's slot 0 of this stream is output frame baseFrame.
     bool isAligned = false;

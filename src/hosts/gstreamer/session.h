@@ -138,6 +138,7 @@ private:
                                   HeldFrame* frame);
     GstBuffer* CopyToMixerLayout(PadStream& stream, GstBuffer* buffer);
     FrameSpan SpanOf(PadStream& stream, GstBuffer* buffer, bool* isInside) const;
+    void FollowFields(PadStream& stream, GstBuffer* buffer);
     void ForgetPicture(PadStream& stream);
     void WaitUntilOut(PadStream& stream, Lock& lock);
 

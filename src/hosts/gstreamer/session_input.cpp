@@ -169,12 +169,19 @@ GstFlowReturn Session::Deliver(PadStream& stream, GstBuffer* buffer, FrameSpan s
         changed.notify_all();
         if (const auto out = WayOut(stream)) return *out;
     }
-    if (Succeeded(result) || IsStopped(result)) return GST_FLOW_OK;
+    const bool isRefused = Failed(result) && !IsStopped(result);
+    if (isRefused) ++stream.counts.dropped;
+    const bool isNews = isRefused && !stream.isRefused;
+    stream.isRefused = isRefused;
     lock.unlock();
-    GST_ELEMENT_ERROR(element, STREAM, MUX,
-                      ("%s: the mixer refused a frame", GST_PAD_NAME(stream.pad)),
-                      ("result 0x%08x", static_cast<unsigned>(result)));
-    return GST_FLOW_ERROR;
+    // A frame that can't be used is no reason to stop the others.
+    if (isNews)
+        GST_ELEMENT_WARNING(
+            element, STREAM, MUX,
+            ("%s: a frame can't be mixed and is left out", GST_PAD_NAME(stream.pad)),
+            ("result 0x%08x, %" G_GSIZE_FORMAT " bytes", static_cast<unsigned>(result),
+             buffer ? gst_buffer_get_size(buffer) : 0));
+    return GST_FLOW_OK;
 }
 
 // Waits until the pending frame can go in or has to go; none if there is a reason to give up.
@@ -265,14 +272,23 @@ void Session::Hold(PadStream& stream, Lock& lock) {
     (void)changed.wait_for(lock, kHoldPoll);
 }
 
+void Session::FollowFields(PadStream& stream, GstBuffer* buffer) {
+    const eVM_Interlace fields = InterlaceOf(stream.format.info, buffer);
+    if (fields == stream.format.props.eInterlace) return;
+    const Lock lock(mutex);
+    stream.format.props.eInterlace = fields;
+    stream.typeIsKnown = false;
+}
+
 // Outside of the mutex, with the stream marked as in Receive.
 HRESULT Session::Send(PadStream& stream, GstBuffer* buffer, FrameSpan span) {
+    if (buffer) FollowFields(stream, buffer);
     std::int32_t rowWidth = stream.typeRowWidth;
     HeldFrame frame;
     const Ref<WrappedSample> sample = WrapBuffer(stream, buffer, &rowWidth, &frame);
     if (!sample) {
         gst_clear_buffer(&frame.buffer);
-        return E_OUTOFMEMORY;
+        return VFW_E_BUFFER_OVERFLOW;
     }
     const bool changesType = buffer && (!stream.typeIsKnown || rowWidth != stream.typeRowWidth);
     const bool changesFormat = buffer && !stream.typeIsKnown;

@@ -15,6 +15,13 @@ constexpr std::chrono::seconds kDrainPatience{3};
 
 constexpr GstClockTime kNsPerUnit = 100;
 
+std::string ColorimetryOf(const GstVideoInfo& info) {
+    gchar* text = gst_video_colorimetry_to_string(&GST_VIDEO_INFO_COLORIMETRY(&info));
+    std::string name = text ? text : GST_VIDEO_COLORIMETRY_BT601;
+    g_free(text);
+    return name;
+}
+
 }  // namespace
 
 // Whether enough streams are there. Needs the mutex.
@@ -39,10 +46,12 @@ bool Session::StartIsDue() {
     return allReady || (startDeadline && std::chrono::steady_clock::now() >= *startDeadline);
 }
 
-// The first stream's format, the fastest one's rate, and room for all of them. Needs the mutex.
+// The first stream's format and colours, the fastest one's rate, and room for all of them. Needs
+// the mutex.
 OutputWish Session::WishedOutput() const {
     OutputWish wish;
     bool rateIsKnown = false;
+    bool coloursAreKnown = false;
     for (const auto& stream : streams) {
         if (!stream->format.IsSet()) continue;
         const VM_VIDEO_PROPS& props = stream->format.props;
@@ -53,6 +62,8 @@ OutputWish Session::WishedOutput() const {
             wish.height = std::max(wish.height, (rect.rcTarget.bottom + 1) & ~1);
         }
         if (wish.interlace == eVMI_Progressive) wish.interlace = props.eInterlace;
+        if (stream->format.pixels->isYuv && !std::exchange(coloursAreKnown, true))
+            wish.colorimetry = ColorimetryOf(stream->format.info);
         const int num = GST_VIDEO_INFO_FPS_N(&stream->format.info);
         const int den = GST_VIDEO_INFO_FPS_D(&stream->format.info);
         const bool isFaster =

@@ -344,6 +344,7 @@ void ProposeAllocation(GstQuery* query) {
                                   isVideo ? static_cast<guint>(GST_VIDEO_INFO_SIZE(&info)) : 0,
                                   kLeastBuffers, 0);
     gst_query_add_allocation_meta(query, GST_VIDEO_META_API_TYPE, nullptr);
+    gst_query_add_allocation_meta(query, GST_VIDEO_CROP_META_API_TYPE, nullptr);
 }
 
 gboolean HandleQuery(GstPad* pad, GstObject* parent, GstQuery* query) {
