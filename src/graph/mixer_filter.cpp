@@ -25,6 +25,7 @@ constexpr ULONG kGone = 0x40000000;
 
 QDVM_INTERFACE(IQDVideoMixer, IUnknown, IID_IQDVideoMixer);
 QDVM_INTERFACE(IQDVideoMixerStatus, IUnknown, IID_IQDVideoMixerStatus);
+QDVM_INTERFACE(IQDVideoMixerFrames, IUnknown, IID_IQDVideoMixerFrames);
 
 HRESULT CreateQDVideoMixer(REFIID iid, void** object) {
     if (!object) return E_POINTER;
@@ -48,7 +49,7 @@ HRESULT CCoQDVideoMixer::QueryInterface(REFIID iid, void** object) {
 }
 
 void* CCoQDVideoMixer::FindOther(REFIID iid) {
-    return FindInterface<IQDVideoMixer, IQDVideoMixerStatus>(this, iid);
+    return FindInterface<IQDVideoMixer, IQDVideoMixerStatus, IQDVideoMixerFrames>(this, iid);
 }
 
 ULONG CCoQDVideoMixer::AddRef() { return references.fetch_add(1, std::memory_order_relaxed) + 1; }

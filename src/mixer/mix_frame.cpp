@@ -35,6 +35,7 @@ HRESULT MixerCore::MixFrame(const MediaFrame& inFrame, bool allLost) {
     if (!sample) return E_UNEXPECTED;
     result = output.AdoptSampleType(sample);
     if (Failed(result)) return result;
+    TellListener();
     HRESULT lastStream = S_OK;
     result = FillSample(sample, inFrame, &lastStream);
     if (Failed(result)) return result;
@@ -53,6 +54,22 @@ HRESULT MixerCore::MixFrame(const MediaFrame& inFrame, bool allLost) {
     }
     lastOutputTick = TickCountMs();
     ++framesDelivered;
+    return S_OK;
+}
+
+void MixerCore::TellListener() {
+    Ref<IQDVideoMixerFrameListener> listener;
+    {
+        ScopedLock guard(listenerLock);
+        listener = frameListener;
+    }
+    if (listener) listener->BeforeFrame(framesMixed);
+}
+
+HRESULT MixerCore::SetFrameListener(IQDVideoMixerFrameListener* _pListener) {
+    Ref<IQDVideoMixerFrameListener> listener(_pListener);
+    ScopedLock guard(listenerLock);
+    listener.Swap(frameListener);
     return S_OK;
 }
 

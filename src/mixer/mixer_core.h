@@ -19,6 +19,7 @@
 #include "platform/ref.h"
 #include "platform/thread.h"
 
+#include <qdvideomixer/frame_listener.h>
 #include <qdvideomixer/stream_status.h>
 #include <qdvideomixer/video_mixer.h>
 
@@ -30,7 +31,7 @@ namespace qdvm {
 
 enum class PlayState : std::int32_t { kStopped = 0, kPaused = 1, kRunning = 2 };
 
-class MixerCore : public IQDVideoMixer, public IQDVideoMixerStatus {
+class MixerCore : public IQDVideoMixer, public IQDVideoMixerStatus, public IQDVideoMixerFrames {
 public:
     MixerCore() = default;
     MixerCore(const MixerCore&) = delete;
@@ -120,6 +121,10 @@ public:
     HRESULT GetStreamStatus(LONG, VM_STREAM_STATUS*) override;
     HRESULT GetFramesMixed(std::uint64_t*) override;
 
+    // --- IQDVideoMixerFrames ---
+
+    HRESULT SetFrameListener(IQDVideoMixerFrameListener*) override;
+
     // Reads a rect: where a running change ends, else what is drawn.
     static void ReadRect(const MixBlock& block, VM_MIXING_RECT* rect);
 
@@ -176,6 +181,7 @@ private:
     HRESULT PaceFrame(InputStream& stream, const MediaFrame& frame, std::uint32_t flushesSeen);
 
     // mix_frame
+    void TellListener();
     HRESULT FillSample(const MediaFrame& sample, const MediaFrame& inFrame, HRESULT* lastStream);
     HRESULT ComposeFrame(BYTE* target, const VM_VIDEO_PROPS& outProps);
     HRESULT MixStream(InputStream& stream, BYTE* target, const VM_VIDEO_PROPS& outProps);
@@ -209,6 +215,8 @@ private:
     CBLOBHolder<CVirtualAlloc> mixBuffer QDVM_GUARDED_BY(composeLock);
     CriticalSection captureLock{LockRank::Leaf, this};
     MediaFrame lastFrame QDVM_GUARDED_BY(captureLock);
+    CriticalSection listenerLock{LockRank::Leaf, this};
+    Ref<IQDVideoMixerFrameListener> frameListener QDVM_GUARDED_BY(listenerLock);
     std::vector<Event*> readyEvents;  // fixed while not stopped
     Thread mixThread;
     std::atomic<bool> runMixThread{false};

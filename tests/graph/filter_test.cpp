@@ -6,6 +6,7 @@
 #include "support/manual_clock.h"
 
 #include <qdvideomixer/create.h>
+#include <qdvideomixer/frame_listener.h>
 #include <qdvideomixer/stream_status.h>
 
 #include <gtest/gtest.h>
@@ -43,7 +44,7 @@ TEST_F(FilterTest, OffersItsInterfacesOnOneObject) {
     Ref<IUnknown> first;
     EXPECT_EQ(mixer.filter->QueryInterface(IID_IUnknown, first.PutVoid()), S_OK);
     for (const IID& iid : {IID_IPersist, IID_IMediaFilter, IID_IBaseFilter, IID_IQDVideoMixer,
-                           IID_IQDVideoMixerStatus}) {
+                           IID_IQDVideoMixerStatus, IID_IQDVideoMixerFrames}) {
         Ref<IUnknown> asked;
         Ref<IUnknown> root;
         ASSERT_EQ(mixer.filter->QueryInterface(iid, asked.PutVoid()), S_OK);
