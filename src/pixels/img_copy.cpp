@@ -1,6 +1,7 @@
 #include "pixels/img_copy.h"
 
 #include "frames/format_table.h"
+#include "pixels/chroma_rows.h"
 #include "pixels/primitives/copy.h"
 #include "platform/guarded_copy.h"
 
@@ -47,9 +48,9 @@ bool CopyGrouped(const BYTE* src, BYTE* dst, const RectWalk& from, const RectWal
 }
 
 bool CopyPlanes(const BYTE* src, BYTE* dst, const RectWalk& from, const RectWalk& to,
-                ImageSize size, std::size_t pixelBytes) {
+                ImageSize size, std::int32_t chromaRows, std::size_t pixelBytes) {
     for (int plane = 0; plane < to.planes; ++plane) {
-        if (plane == 1) size = {size.width / 2, size.height / 2};
+        if (plane == 1) size = {size.width / 2, chromaRows};
         if (size.width == 0 || size.height == 0) break;
         if (CopyRows(src + from.firstRow[plane], from.stride[plane], dst + to.firstRow[plane],
                      to.stride[plane], size, pixelBytes) != kImageOk)
@@ -87,7 +88,8 @@ HRESULT Img_CopyRect(const BYTE* src, BYTE* dst, const PIC_PROPS* S, const PIC_P
                          static_cast<std::int32_t>(rowsToWalk)};
     // The planes of planar formats hold one byte a sample.
     const int bits = to.planes == 3 ? 8 : BitsPerPixel(D->fccType);
-    return CopyPlanes(src, dst, from, to, size, bits / 8) ? S_OK : E_ACCESSDENIED;
+    const std::int32_t chromaRows = ChromaRowsOf(dest, source, *S);
+    return CopyPlanes(src, dst, from, to, size, chromaRows, bits / 8) ? S_OK : E_ACCESSDENIED;
 }
 
 }  // namespace qdvm

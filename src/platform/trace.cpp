@@ -2,6 +2,7 @@
 
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <cstdarg>
 #include <cstdio>
 #include <mutex>
@@ -51,6 +52,24 @@ void Trace(const char* format, ...) {
     if (state.hook != nullptr) {
         state.hook(state.context, line.data());
     }
+}
+
+namespace {
+
+std::int64_t Microseconds() {
+    return std::chrono::duration_cast<std::chrono::microseconds>(
+               std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+}  // namespace
+
+TraceTimer::TraceTimer(const char* stage) : label(IsTraceOn() ? stage : nullptr) {
+    if (label) begin = Microseconds();
+}
+
+TraceTimer::~TraceTimer() {
+    if (label) Trace("%s %lld us", label, static_cast<long long>(Microseconds() - begin));
 }
 
 }  // namespace qdvm

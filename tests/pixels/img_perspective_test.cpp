@@ -1,0 +1,105 @@
+#include "pixels/img_perspective.h"
+
+#include "support/test_picture.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace qdvm {
+namespace {
+
+using test::kKernelFormats;
+using test::TestPicture;
+
+void ExpectCorners(const PointD* corners, const double (&expected)[8]) {
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_NEAR(corners[i].x, expected[2 * i], 0.0006) << i;
+        EXPECT_NEAR(corners[i].y, expected[2 * i + 1], 0.0006) << i;
+    }
+}
+
+TEST(ProjectCorners, FollowsTheAngles) {
+    PointD corners[4];
+    const ImgRect wide{0, 0, 1920, 1080};
+    ASSERT_EQ(Img_ProjectCorners(&wide, 1920, 0, 0, corners, 40, 30, 0), S_OK);
+    ExpectCorners(corners,
+                  {197.956, 45.038, 1874.607, -54.055, 1874.607, 1134.055, 197.956, 1034.962});
+    const ImgRect narrow{0, 0, 720, 576};
+    ASSERT_EQ(Img_ProjectCorners(&narrow, 720, 0, 0, corners, 30, 0, 20), S_OK);
+    ExpectCorners(corners, {12.730, 26.938, 707.270, 26.938, 733.699, 568.930, -13.699, 568.930});
+    EXPECT_EQ(Img_ProjectCorners(nullptr, 720, 0, 0, corners, 30, 0, 20), E_POINTER);
+    EXPECT_EQ(Img_ProjectCorners(&narrow, 720, 0, 0, nullptr, 30, 0, 20), E_POINTER);
+}
+
+TEST(ProjectCorners, FacesTheEyeWithoutAngles) {
+    const ImgRect rect{100, 60, 420, 300};
+    PointD corners[4];
+    ASSERT_EQ(Img_ProjectCorners(&rect, 720, 0, 0, corners, 0, 0, 0), S_OK);
+    ExpectCorners(corners, {100, 60, 420, 60, 420, 300, 100, 300});
+}
+
+// One quarter of the source to a rectangle twice its size: a warp whose result is known.
+TEST(Perspective, PutsTheSourcesCornersOnTheQuadrangles) {
+    for (const std::int32_t fccType : kKernelFormats) {
+        const bool isRgb = IsRGBFormat(fccType);
+        if (fccType == kFccRGB565 || fccType == kFccRGB555) continue;
+        for (const std::int32_t sourceHeight : {32, -32})
+            for (const std::int32_t destHeight : {64, -64}) {
+                if (!isRgb && (sourceHeight < 0 || destHeight < 0)) continue;
+                TestPicture from({fccType, 32, sourceHeight, 36}, 1);
+                TestPicture to({fccType, 64, destHeight, 0}, 2);
+                const TestPicture before = to;
+                for (std::int32_t y = 0; y < 32; ++y)
+                    for (std::int32_t x = 0; x < 32; ++x)
+                        for (const std::size_t at : from.Samples(x, y))
+                            from.Frame()[at] =
+                                static_cast<BYTE>((x < 16 ? 40 : 90) + (y < 16 ? 0 : 100));
+                const PointD corners[] = {{12, 16}, {44, 16}, {44, 48}, {12, 48}};
+                ImgRect bound{};
+                const ImgRect s{8, 8, 24, 24};
+                ASSERT_EQ(Img_Perspective(from.Frame(), to.Frame(), &from.props, &to.props, corners,
+                                          &s, &bound, true, 2, nullptr),
+                          S_OK);
+                EXPECT_LE(bound.left, 12);
+                EXPECT_GE(bound.right, 44);
+                EXPECT_EQ(bound.left % 4 + bound.right % 4 + bound.top % 2 + bound.bottom % 2, 0);
+                for (std::int32_t y = 0; y < 64; ++y)
+                    for (std::int32_t x = 0; x < 64; ++x) {
+                        const bool isInside = x >= 12 && x < 44 && y >= 16 && y < 48;
+                        const bool isEdge = std::abs(x - 27) < 4 || std::abs(y - 31) < 4;
+                        if (isInside && isEdge) continue;
+                        const int shown = (x < 28 ? 40 : 90) + (y < 32 ? 0 : 100);
+                        for (const std::size_t at : to.Samples(x, y))
+                            ASSERT_EQ(to.Frame()[at], isInside ? shown : before.Frame()[at])
+                                << fccType << " " << x << "," << y;
+                    }
+            }
+    }
+}
+
+TEST(Perspective, SaysWhatItCanNotDo) {
+    const PIC_PROPS S{kFccRGB32, 20, -20, 0};
+    const PIC_PROPS other{kFccYUY2, 20, 20, 0};
+    TestPicture from(S, 1);
+    TestPicture to(S, 2);
+    const TestPicture before = to;
+    const PointD good[] = {{0, 0}, {10, 0}, {10, 10}, {0, 10}};
+    const PointD line[] = {{0, 0}, {5, 0}, {10, 0}, {15, 0}};
+    const PointD outside[] = {{100, 100}, {110, 100}, {110, 110}, {100, 110}};
+    ImgRect bound{};
+    const auto warp = [&](const PIC_PROPS* D, const PointD* corners) {
+        return Img_Perspective(from.Frame(), to.Frame(), &S, D, corners, nullptr, &bound, false, 2,
+                               nullptr);
+    };
+    EXPECT_EQ(warp(nullptr, good), E_INVALIDARG);
+    EXPECT_EQ(warp(&S, nullptr), E_INVALIDARG);
+    EXPECT_EQ(warp(&other, good), E_NOTIMPL);
+    EXPECT_EQ(warp(&S, line), E_INVALIDARG);
+    EXPECT_EQ(warp(&S, outside), S_FALSE);
+    EXPECT_EQ(to.memory, before.memory);
+}
+
+}  // namespace
+}  // namespace qdvm
