@@ -132,12 +132,18 @@ std::vector<PlannedChange> ChangesOf(const CommandLine& line,
                                      const std::vector<PlannedInput>& inputs) {
     std::vector<PlannedChange> changes;
     for (const BackgroundChange& change : line.backgroundChanges) {
-        changes.push_back({change.span, std::nullopt, 0, {}, change.to});
+        PlannedChange& planned = changes.emplace_back();
+        planned.span = change.span;
+        planned.background = change.to;
     }
     for (std::size_t input = 0; input < inputs.size(); ++input) {
         for (std::size_t rect = 0; rect < inputs[input].rects.size(); ++rect) {
             for (const PlannedMove& move : inputs[input].rects[rect].moves) {
-                changes.push_back({move.span, input, rect, move.to, {}});
+                PlannedChange& planned = changes.emplace_back();
+                planned.span = move.span;
+                planned.input = input;
+                planned.rect = rect;
+                planned.values = move.to;
             }
         }
     }
