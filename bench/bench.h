@@ -25,6 +25,9 @@ inline double CpuSeconds() {
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
 
+// Every byte of the still pictures: opaque where there is alpha.
+inline constexpr int kPictureByte = 255;
+
 struct Spent {
     double wall = 0;  // seconds
     double cpu = 0;
@@ -55,31 +58,37 @@ inline Spread SpreadOf(const std::vector<double>& values) {
     return {*low, Median(values), *high};
 }
 
-struct Placement {
-    std::int32_t width;  // of each picture
+// A stream of still pictures and its rect in the output, in pixels.
+struct Shown {
+    std::int32_t width;  // of the picture
     std::int32_t height;
-    std::int32_t outWidth;
-    std::int32_t outHeight;
-    int streams;  // laid out in rows from the upper left corner
+    std::int32_t left;  // of the rect
+    std::int32_t top;
+    std::int32_t shownWidth;
+    std::int32_t shownHeight;
+    double alpha = 1;
+    std::int32_t border = 0;
 };
 
-// Upper left corner of a stream's picture.
-inline std::int32_t LeftOf(const Placement& placement, int stream) {
-    const int columns = placement.outWidth / placement.width;
-    return stream % columns * placement.width;
-}
-inline std::int32_t TopOf(const Placement& placement, int stream) {
-    const int columns = placement.outWidth / placement.width;
-    const int rows = placement.outHeight / placement.height;
-    return stream / columns % rows * placement.height;
-}
+// From the bottom to the top.
+struct Layout {
+    std::int32_t outWidth;
+    std::int32_t outHeight;
+    std::vector<Shown> streams;
+};
 
-// Time of `frames` output frames of the compositor of GStreamer on still pictures held in memory;
-// zero where it can't be had. format: its name of a raw format.
-Spent MeasureCompositor(const Placement& placement, const char* format, int frames);
+// Pictures at their own size in rows from the upper left corner.
+Layout Grid(std::int32_t width, std::int32_t height, std::int32_t outWidth, std::int32_t outHeight,
+            int count);
+
+// Time of `frames` output frames of a peer on still pictures held in memory; zero where it can't be
+// had. `format` is GStreamer's or FFmpeg's name of a pixel format. The compositor draws no borders.
+Spent MeasureCompositor(const Layout& layout, const char* format, int frames);
+Spent MeasureOverlay(const Layout& layout, const char* format, int frames);
 
 // The reports, printed to standard output.
 void ReportFullFrame();
 void ReportStreams();
+void ReportLayouts();
 
 }  // namespace qdvm::bench

@@ -38,8 +38,8 @@ private:
 };
 
 void ReportFormat(const char* name, std::int32_t fccType, const char* gstName) {
-    const Placement placement{1920, 1080, 1920, 1080, 1};
-    MixerRun run(placement, fccType);
+    const Layout layout = Grid(1920, 1080, 1920, 1080, 1);
+    MixerRun run(layout, fccType);
     PlainTouch plain(FrameBytes({fccType, 1920, 1080, 0}));
     plain.Frames(kFrames);
     std::vector<double> wall;
@@ -49,7 +49,7 @@ void ReportFormat(const char* name, std::int32_t fccType, const char* gstName) {
     for (int i = 0; i < kPairs; ++i) {
         const Spent ours = Measure([&] { run.Frames(kFrames); });
         const Spent peer = Measure([&] { plain.Frames(kFrames); });
-        const Spent other = MeasureCompositor(placement, gstName, kFrames);
+        const Spent other = MeasureCompositor(layout, gstName, kFrames);
         wall.push_back(ours.wall / peer.wall);
         cpu.push_back(ours.cpu / peer.cpu);
         milliseconds.push_back(ours.wall * 1000 / kFrames);

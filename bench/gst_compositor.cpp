@@ -32,32 +32,39 @@ GstPadProbeReturn ShowStill(GstPad* /*pad*/, GstPadProbeInfo* info, gpointer dat
     return GST_PAD_PROBE_OK;
 }
 
-std::string Describe(const Placement& placement, const char* format, int frames) {
-    const std::string caps = std::string("video/x-raw,framerate=25/1,format=") + format;
+std::string CapsText(const char* format, std::int32_t width, std::int32_t height) {
+    return std::string("video/x-raw,framerate=25/1,format=") + format +
+           ",width=" + std::to_string(width) + ",height=" + std::to_string(height);
+}
+
+std::string PadText(const Shown& shown, std::size_t number) {
+    const std::string pad = " sink_" + std::to_string(number) + "::";
+    return pad + "xpos=" + std::to_string(shown.left) + pad + "ypos=" + std::to_string(shown.top) +
+           pad + "width=" + std::to_string(shown.shownWidth) + pad +
+           "height=" + std::to_string(shown.shownHeight) + pad +
+           "alpha=" + std::to_string(shown.alpha);
+}
+
+std::string Describe(const Layout& layout, const char* format, int frames) {
     std::string text = "compositor name=mix background=black";
-    for (int i = 0; i < placement.streams; ++i) {
-        const std::string pad = " sink_" + std::to_string(i);
-        text += pad + "::xpos=" + std::to_string(LeftOf(placement, i));
-        text += pad + "::ypos=" + std::to_string(TopOf(placement, i));
-    }
-    text += " ! " + caps + ",width=" + std::to_string(placement.outWidth) +
-            ",height=" + std::to_string(placement.outHeight) + " ! fakesink name=end sync=false";
-    for (int i = 0; i < placement.streams; ++i)
+    for (std::size_t i = 0; i < layout.streams.size(); ++i) text += PadText(layout.streams[i], i);
+    text += " ! " + CapsText(format, layout.outWidth, layout.outHeight) +
+            " ! fakesink name=end sync=false";
+    for (std::size_t i = 0; i < layout.streams.size(); ++i)
         text += " fakesrc name=src" + std::to_string(i) +
                 " num-buffers=" + std::to_string(frames + kWarmUpFrames) +
-                " format=time do-timestamp=false ! " + caps +
-                ",width=" + std::to_string(placement.width) +
-                ",height=" + std::to_string(placement.height) + " ! mix.sink_" + std::to_string(i);
+                " format=time do-timestamp=false ! " +
+                CapsText(format, layout.streams[i].width, layout.streams[i].height) +
+                " ! mix.sink_" + std::to_string(i);
     return text;
 }
 
-GstBuffer* Picture(const Placement& placement, const char* format) {
+GstBuffer* Picture(const Shown& shown, const char* format) {
     GstVideoInfo info;
     gst_video_info_set_format(&info, gst_video_format_from_string(format),
-                              static_cast<guint>(placement.width),
-                              static_cast<guint>(placement.height));
+                              static_cast<guint>(shown.width), static_cast<guint>(shown.height));
     GstBuffer* const buffer = gst_buffer_new_allocate(nullptr, GST_VIDEO_INFO_SIZE(&info), nullptr);
-    gst_buffer_memset(buffer, 0, 99, GST_VIDEO_INFO_SIZE(&info));
+    gst_buffer_memset(buffer, 0, kPictureByte, GST_VIDEO_INFO_SIZE(&info));
     return buffer;
 }
 
@@ -88,16 +95,15 @@ void Probe(GstElement* pipeline, const std::string& name, const char* padName,
 
 }  // namespace
 
-Spent MeasureCompositor(const Placement& placement, const char* format, int frames) {
+Spent MeasureCompositor(const Layout& layout, const char* format, int frames) {
     gst_init(nullptr, nullptr);
     GstElement* const pipeline =
-        gst_parse_launch(Describe(placement, format, frames).c_str(), nullptr);
+        gst_parse_launch(Describe(layout, format, frames).c_str(), nullptr);
     if (!pipeline) return {};
-    GstBuffer* const picture = Picture(placement, format);
-    std::vector<Still> stills(static_cast<std::size_t>(placement.streams), Still{picture, 0});
-    for (int i = 0; i < placement.streams; ++i)
-        Probe(pipeline, "src" + std::to_string(i), "src", ShowStill,
-              &stills[static_cast<std::size_t>(i)]);
+    std::vector<Still> stills;
+    for (const Shown& shown : layout.streams) stills.push_back({Picture(shown, format), 0});
+    for (std::size_t i = 0; i < stills.size(); ++i)
+        Probe(pipeline, "src" + std::to_string(i), "src", ShowStill, &stills[i]);
     Counter counter;
     Probe(pipeline, "end", "sink", Count, &counter);
     gst_element_set_state(pipeline, GST_STATE_PLAYING);
@@ -111,7 +117,7 @@ Spent MeasureCompositor(const Placement& placement, const char* format, int fram
     gst_object_unref(bus);
     gst_element_set_state(pipeline, GST_STATE_NULL);
     gst_object_unref(pipeline);
-    gst_buffer_unref(picture);
+    for (const Still& still : stills) gst_buffer_unref(still.picture);
     if (!isDone || counted < 1) return {};
     spent.wall *= static_cast<double>(frames) / counted;
     spent.cpu *= static_cast<double>(frames) / counted;
@@ -124,7 +130,7 @@ Spent MeasureCompositor(const Placement& placement, const char* format, int fram
 
 namespace qdvm::bench {
 
-Spent MeasureCompositor(const Placement&, const char*, int) { return {}; }
+Spent MeasureCompositor(const Layout&, const char*, int) { return {}; }
 
 }  // namespace qdvm::bench
 

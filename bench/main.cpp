@@ -15,6 +15,7 @@ int main(int argc, char** argv) {
                     qdvm::bench::kPairs);
         qdvm::bench::ReportFullFrame();
         qdvm::bench::ReportStreams();
+        qdvm::bench::ReportLayouts();
     }
     if (isFiltered) benchmark::RunSpecifiedBenchmarks();
     return 0;

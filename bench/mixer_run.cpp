@@ -6,6 +6,8 @@
 namespace qdvm::bench {
 namespace {
 
+constexpr LONG kBorderColour = 0xFFFFFF;
+
 void Need(bool isDone, const char* what) {
     if (isDone) return;
     std::fprintf(stderr, "bench: %s failed\n", what);
@@ -14,29 +16,37 @@ void Need(bool isDone, const char* what) {
 
 }  // namespace
 
-MixerRun::MixerRun(const Placement& placement, std::int32_t fccType)
+MixerRun::MixerRun(const Layout& layout, std::int32_t fccType)
     : sink(MakeObject<test::FakeSink>()) {
     VM_VIDEO_PROPS wanted{};
-    wanted.picProps = {fccType, placement.outWidth, placement.outHeight, 0};
+    wanted.picProps = {fccType, layout.outWidth, layout.outHeight, 0};
     wanted.dblStreamFPS = 25;
     Need(Succeeded(mixer.control->SetOutputProps(&wanted)), "output format");
     sink->keepsData = false;
-    for (int i = 0; i < placement.streams; ++i) {
-        const auto number = static_cast<ULONG>(i);
-        sources.push_back(MakeObject<test::FakeSource>(
-            test::VideoType(fccType, placement.width, placement.height)));
-        Need(sources.back()->ConnectTo(mixer.In(number).Get()) == S_OK, "connection");
-        Need(Succeeded(mixer.Show(i, LeftOf(placement, i), TopOf(placement, i), placement.width,
-                                  placement.height)),
-             "rect");
-        // Frames are never late here, however busy the machine is.
-        Need(Succeeded(mixer.control->SetStreamMaxWait(i, 0, eVMLS_Last)), "wait");
-    }
+    for (const Shown& shown : layout.streams) AddStream(shown, fccType);
     Need(mixer.Out()->Connect(sink.Get(), nullptr) == S_OK, "output connection");
     Need(Succeeded(mixer.filter->Run(0)), "run");
     for (const Ref<test::FakeSource>& source : sources)
-        for (int i = 0; i < 2; ++i) pictures.push_back(source->Picture(99, 0, test::kFrame));
+        for (int i = 0; i < 2; ++i)
+            pictures.push_back(source->Picture(kPictureByte, 0, test::kFrame));
     Frames(10);
+}
+
+void MixerRun::AddStream(const Shown& shown, std::int32_t fccType) {
+    const auto number = static_cast<LONG>(sources.size());
+    sources.push_back(
+        MakeObject<test::FakeSource>(test::VideoType(fccType, shown.width, shown.height)));
+    Need(sources.back()->ConnectTo(mixer.In(static_cast<ULONG>(number)).Get()) == S_OK,
+         "connection");
+    VM_MIXING_RECT rect{};
+    rect.rcTarget = {shown.left, shown.top, shown.left + shown.shownWidth,
+                     shown.top + shown.shownHeight};
+    rect.dblAlpha = shown.alpha;
+    rect.nBorderWidth = shown.border;
+    rect.nBorderColor = kBorderColour;
+    Need(Succeeded(mixer.control->SetInputRect(number, nullptr, &rect)), "rect");
+    // Frames are never late here, however busy the machine is.
+    Need(Succeeded(mixer.control->SetStreamMaxWait(number, 0, eVMLS_Last)), "wait");
 }
 
 MixerRun::~MixerRun() {

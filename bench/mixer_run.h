@@ -12,13 +12,15 @@ namespace qdvm::bench {
 
 class MixerRun {
 public:
-    MixerRun(const Placement& placement, std::int32_t fccType);
+    MixerRun(const Layout& layout, std::int32_t fccType);
     ~MixerRun();
 
     // Sends one picture to every stream for each output frame, and waits for the last frame.
     void Frames(int count);
 
 private:
+    void AddStream(const Shown& shown, std::int32_t fccType);
+
     test::MixerUnderTest mixer;
     Ref<test::FakeSink> sink;
     std::vector<Ref<test::FakeSource>> sources;

@@ -19,7 +19,7 @@ struct Row {
     std::vector<double> compositor{};  // ms of processor time per frame
 };
 
-Placement PlacementOf(int streams) { return {320, 180, 1920, 1080, streams}; }
+Layout LayoutOf(int streams) { return Grid(320, 180, 1920, 1080, streams); }
 
 void Print(const Row& row, double perStreamOfFour) {
     const double wall = Median(row.wall);
@@ -38,11 +38,11 @@ void ReportStreams() {
                 "over four", "compositor", "cpu ratio");
     std::vector<Row> rows;
     for (const int streams : {1, 4, 16, 64, 100})
-        rows.push_back({streams, std::make_unique<MixerRun>(PlacementOf(streams), kFccI420)});
+        rows.push_back({streams, std::make_unique<MixerRun>(LayoutOf(streams), kFccI420)});
     for (int i = 0; i < kPairs; ++i) {
         for (Row& row : rows) {
             const Spent ours = Measure([&] { row.run->Frames(kFrames); });
-            const Spent peer = MeasureCompositor(PlacementOf(row.streams), "I420", kFrames);
+            const Spent peer = MeasureCompositor(LayoutOf(row.streams), "I420", kFrames);
             row.wall.push_back(ours.wall * 1000 / kFrames);
             row.cpu.push_back(ours.cpu * 1000 / kFrames);
             row.compositor.push_back(peer.cpu * 1000 / kFrames);

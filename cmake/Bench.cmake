@@ -1,5 +1,5 @@
-# The benchmarks: one binary from bench/*.cpp that links the rooms themselves. With GStreamer they
-# measure its own compositor on the same frames beside ours.
+# The benchmarks: one binary from bench/*.cpp that links the rooms themselves. With GStreamer and
+# FFmpeg they measure the compositor of one and the overlay filters of the other on the same frames.
 
 find_package(benchmark REQUIRED)
 
@@ -18,5 +18,12 @@ if(bench_sources)
     if(QDVM_GST_FOUND AND QDVM_GST_TOOLS_FOUND)
         target_compile_definitions(bench_qdvm PRIVATE QDVM_BENCH_GSTREAMER)
         target_link_libraries(bench_qdvm PRIVATE PkgConfig::QDVM_GST PkgConfig::QDVM_GST_TOOLS)
+    endif()
+    if(PkgConfig_FOUND)
+        pkg_check_modules(QDVM_FFMPEG QUIET IMPORTED_TARGET libavfilter libavutil)
+    endif()
+    if(QDVM_FFMPEG_FOUND)
+        target_compile_definitions(bench_qdvm PRIVATE QDVM_BENCH_FFMPEG)
+        target_link_libraries(bench_qdvm PRIVATE PkgConfig::QDVM_FFMPEG)
     endif()
 endif()
