@@ -69,6 +69,10 @@ void PrintRatio(const std::vector<double>& ours, const std::vector<double>& peer
 void Report(const char* title, const Layout& layout) {
     for (const Format& format : kFormats) {
         MixerRun run(layout, format.fccType);
+        if (!run.ShowsAll()) {
+            std::printf("%-22s %-5s not drawn\n", title, format.name);
+            continue;
+        }
         std::vector<double> ours;
         std::vector<double> compositor;
         std::vector<double> overlay;

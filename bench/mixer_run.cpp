@@ -1,5 +1,8 @@
 #include "mixer_run.h"
 
+#include "frames/format_table.h"
+
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
@@ -16,14 +19,14 @@ void Need(bool isDone, const char* what) {
 
 }  // namespace
 
-MixerRun::MixerRun(const Layout& layout, std::int32_t fccType)
-    : sink(MakeObject<test::FakeSink>()) {
+MixerRun::MixerRun(const Layout& theLayout, std::int32_t format)
+    : layout(theLayout), fccType(format), sink(MakeObject<test::FakeSink>()) {
     VM_VIDEO_PROPS wanted{};
     wanted.picProps = {fccType, layout.outWidth, layout.outHeight, 0};
     wanted.dblStreamFPS = 25;
     Need(Succeeded(mixer.control->SetOutputProps(&wanted)), "output format");
     sink->keepsData = false;
-    for (const Shown& shown : layout.streams) AddStream(shown, fccType);
+    for (const Shown& shown : layout.streams) AddStream(shown);
     Need(mixer.Out()->Connect(sink.Get(), nullptr) == S_OK, "output connection");
     Need(Succeeded(mixer.filter->Run(0)), "run");
     for (const Ref<test::FakeSource>& source : sources)
@@ -32,7 +35,7 @@ MixerRun::MixerRun(const Layout& layout, std::int32_t fccType)
     Frames(10);
 }
 
-void MixerRun::AddStream(const Shown& shown, std::int32_t fccType) {
+void MixerRun::AddStream(const Shown& shown) {
     const auto number = static_cast<LONG>(sources.size());
     sources.push_back(
         MakeObject<test::FakeSource>(test::VideoType(fccType, shown.width, shown.height)));
@@ -65,6 +68,21 @@ void MixerRun::Frames(int count) {
         }
     }
     Need(sink->WaitForFrames(static_cast<std::size_t>(sent)), "output");
+}
+
+bool MixerRun::ShowsAll() {
+    sink->keepsData = true;
+    Frames(1);
+    sink->keepsData = false;
+    const std::vector<BYTE> frame = sink->LastFrame().data;
+    const std::int64_t pixelBytes = fccType == kFccI420 ? 1 : fccType == kFccYUY2 ? 2 : 4;
+    const std::int64_t rowBytes = layout.outWidth * pixelBytes;
+    return std::all_of(layout.streams.begin(), layout.streams.end(), [&](const Shown& shown) {
+        const std::int64_t x = shown.left + shown.shownWidth / 2;
+        const std::int64_t y = shown.top + shown.shownHeight / 2;
+        const auto at = static_cast<std::size_t>(y * rowBytes + x * pixelBytes);
+        return at < frame.size() && frame[at] > kPictureByte / 3;
+    });
 }
 
 }  // namespace qdvm::bench

@@ -12,15 +12,21 @@ namespace qdvm::bench {
 
 class MixerRun {
 public:
-    MixerRun(const Layout& layout, std::int32_t fccType);
+    MixerRun(const Layout& theLayout, std::int32_t format);
     ~MixerRun();
 
     // Sends one picture to every stream for each output frame, and waits for the last frame.
     void Frames(int count);
 
-private:
-    void AddStream(const Shown& shown, std::int32_t fccType);
+    // Whether the picture of every stream is seen in the output, so that no time is measured for
+    // what isn't done.
+    bool ShowsAll();
 
+private:
+    void AddStream(const Shown& shown);
+
+    Layout layout;
+    std::int32_t fccType;
     test::MixerUnderTest mixer;
     Ref<test::FakeSink> sink;
     std::vector<Ref<test::FakeSource>> sources;

@@ -108,7 +108,7 @@ TEST_F(Mixes, RawFramesGoToStandardOutputWithoutPadding) {
     EXPECT_LT(static_cast<unsigned char>(packed.out[0]), 5);
 }
 
-TEST_F(Mixes, EveryFormatAndEndingIsWritten) {
+TEST_F(Mixes, EveryFormatIsWritten) {
     for (const char* format : {"I420", "YV12", "YUY2", "UYVY", "HDYC", "YVYU", "RGB24", "RGB32"}) {
         const Outcome outcome =
             RunCommand({"test:white?size=64x48", "--format", format, "--duration", "0.2", "-o",
@@ -118,6 +118,28 @@ TEST_F(Mixes, EveryFormatAndEndingIsWritten) {
         ASSERT_EQ(film.frames.size(), 5U) << format;
         EXPECT_NEAR(film.Luma(4, 32, 24), kWhite, kTolerance) << format;
     }
+}
+
+// The same brightness comes back from each kind of file, small or of a size that players take for
+// another matrix.
+TEST_F(Mixes, FilesKeepTheirColours) {
+    for (const char* ending : {".webm", ".mkv", ".avi", ".mov"}) {
+        for (const char* size : {"64x48", "1024x578"}) {
+            const std::string name = Name(std::string(size) + ending);
+            ASSERT_EQ(
+                RunCommand({std::string("test:red?size=") + size, "--duration", "0.08", "-o", name})
+                    .status,
+                0);
+            const std::string out = RunCommand({name, "-o", "-", "--format", "RGB24"}).out;
+            ASSERT_GT(out.size(), 3000U);
+            EXPECT_NEAR(static_cast<unsigned char>(out[3002]), 254, 6) << name;
+            EXPECT_NEAR(static_cast<unsigned char>(out[3001]), 0, 6) << name;
+            EXPECT_NEAR(static_cast<unsigned char>(out[3000]), 0, 6) << name;
+        }
+    }
+}
+
+TEST_F(Mixes, EveryEndingIsWritten) {
     for (const char* ending : {".webm", ".mkv", ".avi", ".mov"}) {
         const std::string name = Name(std::string("mix") + ending);
         const Outcome outcome =

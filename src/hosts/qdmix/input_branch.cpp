@@ -101,7 +101,7 @@ std::optional<Failure> MakeInputBranch(const PlannedInput& input, const Plan& pl
     // The mixer draws pictures in its output's pixel format, so all of them are brought to it here.
     // Sizes, rates, fields and pixel shapes go on as they are.
     (void)chain.Add("videoconvert");
-    chain.AddCaps(CapsText(*plan.format, plan.size));
+    chain.AddCaps(CapsText(*plan.format));
     AddGrid(chain, input, plan);
     chain.AddQueue(kQueuedFrames);
     chain.Expose(chain.Last(), "src");

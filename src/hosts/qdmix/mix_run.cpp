@@ -110,10 +110,10 @@ std::optional<Failure> MixRun::AddOutput(const std::filesystem::path& path) {
         return fault;
     }
     (void)gst_bin_add(GST_BIN(pipeline.get()), branch);
-    const std::string text =
-        CapsText(*plan.format, plan.size) + ",width=" + std::to_string(plan.size.width) +
-        ",height=" + std::to_string(plan.size.height) +
-        ",framerate=" + std::to_string(plan.rate.num) + "/" + std::to_string(plan.rate.den);
+    const std::string text = CapsText(*plan.format) + ",width=" + std::to_string(plan.size.width) +
+                             ",height=" + std::to_string(plan.size.height) +
+                             ",framerate=" + std::to_string(plan.rate.num) + "/" +
+                             std::to_string(plan.rate.den);
     const GstHandle<GstCaps> caps(gst_caps_from_string(text.c_str()));
     const GstHandle<GstPad> from(gst_element_get_static_pad(mixer, "src"));
     timeline->WatchOutput(from.get());

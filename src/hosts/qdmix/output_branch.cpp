@@ -40,7 +40,13 @@ GstElement* MakeEncoding(const Encoding& row, const Plan& plan) {
 
 void AddFile(Chain& chain, const Encoding& row, const Plan& plan,
              const std::filesystem::path& path) {
+    if (row.isFullRange) {
+        // From YUV to YUV of the same matrix the range would stay as it is.
+        (void)chain.Add("videoconvert");
+        chain.AddCaps("video/x-raw,format=BGRx");
+    }
     (void)chain.Add("videoconvert");
+    chain.AddCaps(EncoderCapsText(row, plan.size));
     (void)chain.Add(MakeEncoding(row, plan), row.encoder);
     if (GstElement* sink = chain.Add("filesink")) {
         g_object_set(sink, "location", path.c_str(), nullptr);

@@ -20,31 +20,33 @@ constexpr const char* kVp9 = "vp9enc name=encoder deadline=1 cpu-used=8 threads=
 
 // clang-format off
 constexpr std::array kEncodings = {
-    Encoding{".webm", "WebM, VP8",             kVp8,      "webmmux",     "target-bitrate", 1},
-    Encoding{".mkv",  "Matroska, VP8",         kVp8,      "matroskamux", "target-bitrate", 1},
-    Encoding{".mp4",  "MP4, H.264",            kH264,     "mp4mux",      "bitrate", 1000},
-    Encoding{".mp4",  "MP4, H.264",            kOpenH264, "mp4mux",      "bitrate", 1},
-    Encoding{".mp4",  "MP4, VP9",              kVp9,      "mp4mux",      "target-bitrate", 1},
-    Encoding{".mov",  "QuickTime, H.264",      kH264,     "qtmux",       "bitrate", 1000},
-    Encoding{".mov",  "QuickTime, JPEG",       kJpeg,     "qtmux",       nullptr, 0},
-    Encoding{".avi",  "AVI, JPEG",             kJpeg,     "avimux",      nullptr, 0},
-    Encoding{".y4m",  "YUV4MPEG, no loss",     "y4menc name=encoder", nullptr, nullptr, 0},
+    Encoding{".webm", "WebM, VP8",             kVp8,      "webmmux",     "target-bitrate", 1, false},
+    Encoding{".mkv",  "Matroska, VP8",         kVp8,      "matroskamux", "target-bitrate", 1, false},
+    Encoding{".mp4",  "MP4, H.264",            kH264,     "mp4mux",      "bitrate", 1000, false},
+    Encoding{".mp4",  "MP4, H.264",            kOpenH264, "mp4mux",      "bitrate", 1, false},
+    Encoding{".mp4",  "MP4, VP9",              kVp9,      "mp4mux",      "target-bitrate", 1, false},
+    Encoding{".mov",  "QuickTime, H.264",      kH264,     "qtmux",       "bitrate", 1000, false},
+    Encoding{".mov",  "QuickTime, JPEG",       kJpeg,     "qtmux",       nullptr, 0, true},
+    Encoding{".avi",  "AVI, JPEG",             kJpeg,     "avimux",      nullptr, 0, true},
+    Encoding{".y4m",  "YUV4MPEG, no loss",     "y4menc name=encoder", nullptr, nullptr, 0, false},
 };
 
+// What the mixer makes itself, colours and what comes from RGB, has the matrix of BT.601, so all of
+// the mix has it; HDYC stands for BT.709 by its name.
 constexpr std::array kPixelFormats = {
-    PixelFormat{"I420",   "I420", nullptr, "YUV 4:2:0, planes Y U V"},
-    PixelFormat{"YV12",   "YV12", nullptr, "YUV 4:2:0, planes Y V U"},
-    PixelFormat{"YUY2",   "YUY2", nullptr, "YUV 4:2:2, Y U Y V"},
-    PixelFormat{"UYVY",   "UYVY", "bt601", "YUV 4:2:2, U Y V Y, BT.601"},
+    PixelFormat{"I420",   "I420", "bt601", "YUV 4:2:0, planes Y U V"},
+    PixelFormat{"YV12",   "YV12", "bt601", "YUV 4:2:0, planes Y V U"},
+    PixelFormat{"YUY2",   "YUY2", "bt601", "YUV 4:2:2, Y U Y V"},
+    PixelFormat{"UYVY",   "UYVY", "bt601", "YUV 4:2:2, U Y V Y"},
     PixelFormat{"HDYC",   "UYVY", "bt709", "YUV 4:2:2, U Y V Y, BT.709"},
-    PixelFormat{"YVYU",   "YVYU", nullptr, "YUV 4:2:2, Y V Y U"},
+    PixelFormat{"YVYU",   "YVYU", "bt601", "YUV 4:2:2, Y V Y U"},
     PixelFormat{"RGB24",  "BGR",  nullptr, "RGB, bytes B G R"},
     PixelFormat{"RGB32",  "BGRx", nullptr, "RGB, bytes B G R and one unused"},
     PixelFormat{"ARGB32", "BGRA", nullptr, "RGB with alpha, bytes B G R A"},
 };
 // clang-format on
 
-// Larger pictures than the broadcast ones of old are taken for BT.709.
+// Players take larger pictures than the broadcast ones of old for BT.709.
 constexpr int kLastHeightOfBt601 = 576;
 
 std::string EncoderElement(const Encoding& encoding) {
@@ -111,17 +113,21 @@ const PixelFormat* FindPixelFormat(const std::string& name) {
     return found != kPixelFormats.end() ? &*found : nullptr;
 }
 
-std::string CapsText(const PixelFormat& format, Size mixSize) {
+std::string CapsText(const PixelFormat& format) {
     const std::string caps = std::string("video/x-raw,format=") + format.gstFormat;
-    if (std::string_view(format.gstFormat).starts_with("BGR")) {
-        return caps;
+    return format.colorimetry != nullptr ? caps + ",colorimetry=" + format.colorimetry : caps;
+}
+
+std::string EncoderCapsText(const Encoding& encoding, Size mixSize) {
+    if (encoding.isFullRange) {
+        return "video/x-raw,format=I420,colorimetry=1:4:0:0";
     }
-    const char* bySize = mixSize.height > kLastHeightOfBt601 ? "bt709" : "bt601";
-    return caps + ",colorimetry=" + (format.colorimetry != nullptr ? format.colorimetry : bySize);
+    return std::string("video/x-raw,colorimetry=") +
+           (mixSize.height > kLastHeightOfBt601 ? "bt709" : "bt601");
 }
 
 std::string FormatList() {
-    std::string out = "Pixel formats (--format):\n";
+    std::string out = "Pixel formats (--format), YUV with the matrix of BT.601 but for HDYC:\n";
     for (const PixelFormat& format : kPixelFormats) {
         std::string name = format.name;
         name.resize(10, ' ');

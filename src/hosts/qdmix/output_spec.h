@@ -20,6 +20,7 @@ struct Encoding {
     const char* muxer;            // null: the encoder writes files
     const char* bitrateProperty;  // of the encoder; null: it has none
     int bitrateUnit;              // bits in a second for 1
+    bool isFullRange;             // the encoder's pictures have the range of JPEG
 };
 
 struct OutputSpec {
@@ -38,15 +39,18 @@ std::optional<Failure> ChooseOutput(const std::string& text, OutputSpec& spec);
 struct PixelFormat {
     const char* name;         // as on the command line
     const char* gstFormat;    // as in raw caps
-    const char* colorimetry;  // null: by the size of the picture
+    const char* colorimetry;  // null: RGB
     const char* help;
 };
 
 // Null for an unknown name.
 const PixelFormat* FindPixelFormat(const std::string& name);
 
-// Caps of one side: format, and for YUV the one colour matrix that all inputs are brought to.
-std::string CapsText(const PixelFormat& format, Size mixSize);
+// Caps of the mix: its format, and for YUV its one colour matrix.
+std::string CapsText(const PixelFormat& format);
+
+// Caps of what the encoder of a file is given.
+std::string EncoderCapsText(const Encoding& encoding, Size mixSize);
 
 // Pixel formats and endings, as lines for the user.
 std::string FormatList();
