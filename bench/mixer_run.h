@@ -24,6 +24,7 @@ public:
 
 private:
     void AddStream(const Shown& shown);
+    BYTE MiddleOf(std::size_t stream, bool isDark);
 
     Layout layout;
     std::int32_t fccType;
