@@ -14,6 +14,7 @@ namespace {
 enum ElementProperty : guint {
     kBackground = 1,
     kBackgroundColor,
+    kBackgroundPicture,
     kChangeTime,
     kMaster,
     kLatency,
@@ -26,6 +27,7 @@ GType BackgroundType() {
     static const GEnumValue values[] = {
         {eVMB_None, "Nothing; black where no stream draws at all", "none"},
         {eVMB_Color, "The colour of background-color", "color"},
+        {eVMB_Image, "The picture of background-picture, stretched to the output", "picture"},
         {eVMB_Stream, "Nothing, not even black: the streams are all there is", "stream"},
         {0, nullptr, nullptr},
     };
@@ -33,9 +35,31 @@ GType BackgroundType() {
     return type;
 }
 
+class SettingsGuard {
+public:
+    explicit SettingsGuard(GstQdVideoMixer* held) : mixer(held) {
+        g_mutex_lock(&mixer->settingsLock);
+    }
+    ~SettingsGuard() { g_mutex_unlock(&mixer->settingsLock); }
+    SettingsGuard(const SettingsGuard&) = delete;
+    SettingsGuard& operator=(const SettingsGuard&) = delete;
+
+private:
+    GstQdVideoMixer* const mixer;
+};
+
+std::string TextOf(const GValue* value) {
+    const char* text = g_value_get_string(value);
+    return text ? text : "";
+}
+
+const char* TextOrNull(const std::string& text) { return text.empty() ? nullptr : text.c_str(); }
+
+// The session takes them over once for all that are set together.
 void SetProperty(GObject* object, guint property, const GValue* value, GParamSpec* param) {
-    Session& session = *GST_QD_VIDEO_MIXER(object)->session;
-    ElementSettings settings = session.Settings();
+    GstQdVideoMixer* mixer = GST_QD_VIDEO_MIXER(object);
+    const SettingsGuard guard(mixer);
+    ElementSettings& settings = *mixer->settings;
     switch (property) {
         case kBackground:
             settings.background = static_cast<eVM_Background>(g_value_get_enum(value));
@@ -43,14 +67,15 @@ void SetProperty(GObject* object, guint property, const GValue* value, GParamSpe
         case kBackgroundColor:
             settings.backgroundColor = g_value_get_uint(value);
             break;
+        case kBackgroundPicture:
+            settings.backgroundPicture = TextOf(value);
+            break;
         case kChangeTime:
             settings.changeTimeMs = g_value_get_uint(value);
             break;
-        case kMaster: {
-            const char* name = g_value_get_string(value);
-            settings.master = name ? name : "";
+        case kMaster:
+            settings.master = TextOf(value);
             break;
-        }
         case kLatency:
             settings.latency = g_value_get_uint64(value);
             break;
@@ -59,14 +84,18 @@ void SetProperty(GObject* object, guint property, const GValue* value, GParamSpe
             break;
         default:
             G_OBJECT_WARN_INVALID_PROPERTY_ID(object, property, param);
-            return;
     }
-    session.SetSettings(settings);
+}
+
+void HandOver(GstQdVideoMixer* mixer) {
+    const SettingsGuard guard(mixer);
+    if (mixer->session) mixer->session->SetSettings(*mixer->settings);
 }
 
 void GetProperty(GObject* object, guint property, GValue* value, GParamSpec* param) {
-    const Session& session = *GST_QD_VIDEO_MIXER(object)->session;
-    const ElementSettings settings = session.Settings();
+    GstQdVideoMixer* mixer = GST_QD_VIDEO_MIXER(object);
+    const SettingsGuard guard(mixer);
+    const ElementSettings& settings = *mixer->settings;
     switch (property) {
         case kBackground:
             g_value_set_enum(value, settings.background);
@@ -74,11 +103,14 @@ void GetProperty(GObject* object, guint property, GValue* value, GParamSpec* par
         case kBackgroundColor:
             g_value_set_uint(value, settings.backgroundColor);
             break;
+        case kBackgroundPicture:
+            g_value_set_string(value, TextOrNull(settings.backgroundPicture));
+            break;
         case kChangeTime:
             g_value_set_uint(value, settings.changeTimeMs);
             break;
         case kMaster:
-            g_value_set_string(value, settings.master.empty() ? nullptr : settings.master.c_str());
+            g_value_set_string(value, TextOrNull(settings.master));
             break;
         case kLatency:
             g_value_set_uint64(value, settings.latency);
@@ -87,10 +119,10 @@ void GetProperty(GObject* object, guint property, GValue* value, GParamSpec* par
             g_value_set_boolean(value, settings.postsHealth);
             break;
         case kFramesSkipped:
-            g_value_set_uint64(value, session.FramesSkipped());
+            g_value_set_uint64(value, mixer->session->FramesSkipped());
             break;
         case kMixer:
-            g_value_set_pointer(value, session.Mixer());
+            g_value_set_pointer(value, mixer->session->Mixer());
             break;
         default:
             G_OBJECT_WARN_INVALID_PROPERTY_ID(object, property, param);
@@ -111,12 +143,20 @@ void InstallSettings(GObjectClass* klass) {
         g_param_spec_uint("background-color", "Background colour",
                           "Colour of the background as 0xAARRGGBB; alpha counts for an output "
                           "that has alpha",
-                          0, G_MAXUINT32, 0xFF000000, kSettable));
+                          0, G_MAXUINT32, 0xFF000000,
+                          static_cast<GParamFlags>(kSettable | GST_PARAM_CONTROLLABLE)));
+    g_object_class_install_property(
+        klass, kBackgroundPicture,
+        g_param_spec_string("background-picture", "Background picture",
+                            "File of the background's picture: PNG, JPEG, BMP and what else the "
+                            "system's picture library reads",
+                            nullptr, kSettable));
     g_object_class_install_property(
         klass, kChangeTime,
         g_param_spec_uint("change-time", "Time of changes",
-                          "How long changes of the background and of a pad's place, crop and "
-                          "opacity take, in milliseconds; 0 is at once",
+                          "How long the changes take that are made from now on, of the "
+                          "background and of a picture's place, crop, opacity, border colour and "
+                          "angles, in milliseconds; 0 is at once",
                           0, 3600 * 1000, 0, kSettable));
     g_object_class_install_property(
         klass, kMaster,
@@ -153,6 +193,27 @@ void InstallStatus(GObjectClass* klass) {
                              "gives the others; borrowed, valid as long as the element. Streams go "
                              "by a pad's stream-number",
                              kReadable));
+}
+
+void BeginChanges(GstQdVideoMixer* mixer) { mixer->session->BeginChanges(); }
+
+void CommitChanges(GstQdVideoMixer* mixer) { mixer->session->CommitChanges(); }
+
+gboolean RemoveRect(GstQdVideoMixer*, GstPad* pad, guint number) {
+    return GST_IS_QD_VIDEO_MIXER_PAD(pad) &&
+           gst_qd_video_mixer_pad_remove_rect(GST_QD_VIDEO_MIXER_PAD(pad), number);
+}
+
+constexpr auto kAction = static_cast<GSignalFlags>(G_SIGNAL_RUN_LAST | G_SIGNAL_ACTION);
+
+void InstallActions(GType type) {
+    (void)g_signal_new_class_handler("begin-changes", type, kAction, G_CALLBACK(BeginChanges),
+                                     nullptr, nullptr, nullptr, G_TYPE_NONE, 0);
+    (void)g_signal_new_class_handler("commit-changes", type, kAction, G_CALLBACK(CommitChanges),
+                                     nullptr, nullptr, nullptr, G_TYPE_NONE, 0);
+    (void)g_signal_new_class_handler("remove-rect", type, kAction, G_CALLBACK(RemoveRect), nullptr,
+                                     nullptr, nullptr, G_TYPE_BOOLEAN, 2, GST_TYPE_PAD,
+                                     G_TYPE_UINT);
 }
 
 // The number that a name of the form sink_%u carries.
@@ -236,8 +297,17 @@ static GstStateChangeReturn gst_qd_video_mixer_change_state(GstElement* element,
     return result;
 }
 
+static void gst_qd_video_mixer_dispatch(GObject* object, guint count, GParamSpec** params) {
+    qdvm::HandOver(GST_QD_VIDEO_MIXER(object));
+    G_OBJECT_CLASS(gst_qd_video_mixer_parent_class)
+        ->dispatch_properties_changed(object, count, params);
+}
+
 static void gst_qd_video_mixer_finalize(GObject* object) {
-    delete GST_QD_VIDEO_MIXER(object)->session;
+    GstQdVideoMixer* mixer = GST_QD_VIDEO_MIXER(object);
+    delete mixer->session;
+    delete mixer->settings;
+    g_mutex_clear(&mixer->settingsLock);
     G_OBJECT_CLASS(gst_qd_video_mixer_parent_class)->finalize(object);
 }
 
@@ -245,9 +315,11 @@ static void gst_qd_video_mixer_class_init(GstQdVideoMixerClass* klass) {
     auto* object = G_OBJECT_CLASS(klass);
     object->set_property = qdvm::SetProperty;
     object->get_property = qdvm::GetProperty;
+    object->dispatch_properties_changed = gst_qd_video_mixer_dispatch;
     object->finalize = gst_qd_video_mixer_finalize;
     qdvm::InstallSettings(object);
     qdvm::InstallStatus(object);
+    qdvm::InstallActions(G_TYPE_FROM_CLASS(klass));
 
     auto* element = GST_ELEMENT_CLASS(klass);
     element->request_new_pad = qdvm::RequestPad;
@@ -263,15 +335,20 @@ static void gst_qd_video_mixer_class_init(GstQdVideoMixerClass* klass) {
     gst_element_class_set_static_metadata(
         element, "Live video mixer", "Filter/Editor/Video/Compositor",
         "Mixes any number of video streams into one; the output goes on when streams stall, end, "
-        "come or go",
+        "come or go. The properties of a pad show its stream once; it is shown again by its "
+        "children, which have the same properties: sink_0::rect-1::xpos, sink_0::rect-2::alpha ... "
+        "What is set between the actions begin-changes and commit-changes lands on one frame",
         "The qdvideomixer authors");
     gst_type_mark_as_plugin_api(GST_TYPE_QD_VIDEO_MIXER_PAD, static_cast<GstPluginAPIFlags>(0));
+    gst_type_mark_as_plugin_api(GST_TYPE_QD_VIDEO_MIXER_RECT, static_cast<GstPluginAPIFlags>(0));
 }
 
 static void gst_qd_video_mixer_init(GstQdVideoMixer* mixer) {
     GstPadTemplate* source =
         gst_element_class_get_pad_template(GST_ELEMENT_GET_CLASS(mixer), "src");
     mixer->srcPad = gst_pad_new_from_template(source, "src");
+    g_mutex_init(&mixer->settingsLock);
+    mixer->settings = new qdvm::ElementSettings();
     mixer->session = new qdvm::Session(GST_ELEMENT(mixer), mixer->srcPad);
     qdvm::PrepareSourcePad(mixer->srcPad);
     (void)gst_element_add_pad(GST_ELEMENT(mixer), mixer->srcPad);

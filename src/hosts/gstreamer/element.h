@@ -17,6 +17,8 @@ struct GstQdVideoMixer {
     GstPad* srcPad;
     qdvm::Session* session;  // owned
     guint nextPadNumber;     // under the object lock
+    GMutex settingsLock;
+    qdvm::ElementSettings* settings;  // owned; under settingsLock
 };
 
 struct GstQdVideoMixerClass {

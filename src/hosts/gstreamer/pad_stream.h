@@ -3,6 +3,7 @@
 // One sink pad as the session sees it.
 
 #include "hosts/gstreamer/caps_map.h"
+#include "hosts/gstreamer/rect_settings.h"
 #include "hosts/gstreamer/upstream_pin.h"
 #include "hosts/gstreamer/wrapped_sample.h"
 #include "platform/ref.h"
@@ -14,20 +15,14 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
+#include <vector>
 
 namespace qdvm {
 
-// What a user sets on a pad.
+// What a user sets on a pad, besides how its rects look.
 struct PadSettings {
-    int x = 0;  // pixels of the output
-    int y = 0;
-    int width = 0;  // 0: as large as what is shown of the stream
-    int height = 0;
-    int cropLeft = 0;  // pixels of the stream
-    int cropTop = 0;
-    int cropRight = 0;
-    int cropBottom = 0;
-    double alpha = 1.0;
+    guint zOrder = 0;
     bool isVisible = true;
     bool loops = false;
     bool stopsAll = false;
@@ -37,12 +32,38 @@ struct PadSettings {
     eVM_LostShow lostShow = eVMLS_Last;
 };
 
+// One rect of a stream. Its place in the stream's list is its number in the mixer.
+struct StreamRect {
+    enum class Change {
+        kNone,
+        kSet,    // by a user; waits while changes are being gathered
+        kMoved,  // by a controller; lands at once
+    };
+
+    guint number = 0;  // 0 for the pad's own, that of the name rect-%u for another
+    RectSettings settings;
+    Change change = Change::kNone;
+    guint changeTimeMs = 0;
+    std::uint64_t firstFrame = 0;  // the change is for this output frame, or a later one
+    bool isInMixer = false;
+    bool isRemoved = false;
+    std::string mask;  // as the mixer has it
+};
+
 enum class PadHealth { kWaiting, kLive, kStalled, kLost, kEnded };
 
 struct PadCounts {
     guint64 in = 0;
     guint64 repeated = 0;
     guint64 dropped = 0;
+};
+
+// Pixels.
+struct StreamSize {
+    int width = 0;
+    int height = 0;
+
+    bool operator==(const StreamSize&) const = default;
 };
 
 // Running times in ns.
@@ -70,7 +91,9 @@ struct PadStream {
     const std::shared_ptr<SamplePool> samples = std::make_shared<SamplePool>();
 
     PadSettings settings;
+    std::vector<StreamRect> rects;  // leave the list only under the session's layoutMutex
     StreamFormat format;
+    StreamSize size;                // that the mixer's rects were made for
     std::int32_t typeRowWidth = 0;  // of the type that the filter knows
     bool typeIsKnown = false;       // the filter knows `format`
     GstSegment segment{};

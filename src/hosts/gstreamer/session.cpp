@@ -25,12 +25,20 @@ Session::Session(GstElement* ownElement, GstPad* sourcePad)
     if (Failed(filter->QueryInterface(IID_IQDVideoMixerStatus, status.PutVoid())))
         (void)status.Detach();
     if (!mixer || !status) filter.Reset();
-    if (filter) (void)filter->SetSyncSource(clock.Get());
+    if (!filter) return;
+    (void)filter->SetSyncSource(clock.Get());
+    Ref<IQDVideoMixerFrames> frames;
+    const Ref<FrameHook> hook = MakeObject<FrameHook>(this);
+    if (Succeeded(filter->QueryInterface(IID_IQDVideoMixerFrames, frames.PutVoid())))
+        (void)frames->SetFrameListener(hook.Get());
 }
 
 Session::~Session() {
     Stop();
     for (const auto& stream : streams) gst_clear_buffer(&stream->lastFrame.buffer);
+    Ref<IQDVideoMixerFrames> frames;
+    if (filter && Succeeded(filter->QueryInterface(IID_IQDVideoMixerFrames, frames.PutVoid())))
+        (void)frames->SetFrameListener(nullptr);
     if (filter) (void)filter->SetSyncSource(nullptr);
     clock->Detach();
 }
@@ -49,6 +57,7 @@ PadStream* Session::AddPad(GstPad* pad, guint number) {
     auto stream = std::make_unique<PadStream>(pad, number);
     gst_segment_init(&stream->segment, GST_FORMAT_UNDEFINED);
     PadStream* const added = stream.get();
+    const std::scoped_lock layout(layoutMutex);
     const Lock lock(mutex);
     const auto place = std::ranges::find_if(
         streams, [number](const auto& other) { return other->number > number; });
@@ -79,6 +88,9 @@ void Session::RemovePad(PadStream* stream) {
         wantsRestart = true;
     }
     gst_clear_buffer(&stream->lastFrame.buffer);
+    lock.unlock();
+    const std::scoped_lock layout(layoutMutex);
+    lock.lock();
     std::erase_if(streams, [stream](const auto& other) { return other.get() == stream; });
     changed.notify_all();
 }

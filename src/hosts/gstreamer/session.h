@@ -5,9 +5,11 @@
 
 #include "hosts/gstreamer/downstream_pin.h"
 #include "hosts/gstreamer/element_clock.h"
+#include "hosts/gstreamer/frame_hook.h"
 #include "hosts/gstreamer/frame_layout.h"
 #include "hosts/gstreamer/pad_stream.h"
 #include "hosts/gstreamer/time_grid.h"
+#include "platform/counted_string.h"
 
 #include <qdvideomixer/media_graph.h>
 #include <qdvideomixer/stream_status.h>
@@ -34,6 +36,7 @@ inline constexpr std::chrono::milliseconds kStartPatience{350};
 struct ElementSettings {
     eVM_Background background = eVMB_Color;
     guint32 backgroundColor = 0xFF000000;  // 0xAARRGGBB
+    std::string backgroundPicture;         // a file
     guint changeTimeMs = 0;
     std::string master;        // name of a pad, empty for none
     GstClockTime latency = 0;  // ns, added to what is reported
@@ -46,7 +49,7 @@ struct ElementSettings {
 // Three kinds of thread meet here: the streaming threads of the sink pads, the filter's threads,
 // and the source pad's task, which alone starts and stops the filter. The mutex guards the state
 // below; no operation of the filter that may wait, and no push, is made with the mutex held.
-class Session final : public OutputTaker {
+class Session final : public OutputTaker, public FrameWatcher {
 public:
     Session(GstElement* ownElement, GstPad* sourcePad);
     ~Session();
@@ -69,6 +72,15 @@ public:
     PadHealth HealthOf(PadStream& stream);
     PadCounts CountsOf(PadStream& stream);
     int StreamNumberOf(const PadStream& stream) const;
+
+    // Rects of a stream, by their number among a user's: 0 is the pad's own. A new number adds one,
+    // on top of the others. What is set here, and the background, reaches the mixer between two
+    // frames; with the calls between BeginChanges and CommitChanges all of it between the same two.
+    // Pairs may lie within each other.
+    void SetRect(PadStream& stream, guint number, const RectSettings& rect);
+    void RemoveRect(PadStream& stream, guint number);
+    void BeginChanges();
+    void CommitChanges();
 
     // The streaming side of a sink pad.
     GstFlowReturn TakeBuffer(PadStream& stream, GstBuffer* buffer);  // takes the reference
@@ -113,8 +125,13 @@ private:
     enum class Step { kNothing, kPush, kStart, kRestart, kHalt, kEnd, kQuit };
 
     // The layout that a stream takes along to another number.
+    struct KeptRect {
+        VM_MIXING_RECT rect{};
+        CountedString mask;
+    };
+
     struct KeptLayout {
-        std::vector<VM_MIXING_RECT> rects;
+        std::vector<KeptRect> rects;
         bool isEnabled = true;
     };
 
@@ -150,6 +167,8 @@ private:
     const PixelFormat* LikelyFormat() const;
     bool SetOutput(GstCaps* caps);
     std::vector<Member> Members();
+    // Whether the first one is drawn after the second.
+    static bool IsAbove(const PadStream& first, const PadStream& second);
     static void NumberMembers(std::vector<Member>& members);
     HRESULT Connect(std::vector<Member>& members);
     HRESULT ConnectMember(Member& member);
@@ -171,12 +190,29 @@ private:
     std::vector<Ref<IPin>> FilterPins() const;
     HRESULT BuildTypeFor(PadStream& stream, MediaType* type);
 
-    // session_layout.cpp
-    void ApplyRect(const PadStream& stream, guint changeTimeMs);
-    void ApplyBackground();
-    void ApplyStreamPolicy(int number, const PadSettings& settings);
+    // session_rects.cpp
+    void BeforeFrame(std::uint64_t frame) override;
+    void SyncControlled(std::uint64_t frame);
+    void Mark(StreamRect& rect);
+    void MarkBackground();
+    bool IsDue(StreamRect::Change change);
+    void ApplyChanges(std::uint64_t frame);
+    void ApplyRects(PadStream& stream, std::uint64_t frame);
+    bool ApplyRect(PadStream& stream, std::size_t place, std::uint64_t frame);
+    void ApplyMask(const PadStream& stream, int number, LONG rectNumber, const std::string& mask);
+    void ApplyAllRects(PadStream& stream);
+    void DropRemovedRects(PadStream& stream);
+    std::size_t CountRects(const PadStream& stream) const;
+    void FollowSize(PadStream& stream, std::uint64_t frame);
+    StreamSize SizeOf(const PadStream& stream) const;
+    VM_MIXING_RECT MixingRectFor(const PadStream& stream, const RectSettings& rect) const;
     KeptLayout LayoutOf(int number) const;
     void SetLayout(int number, const KeptLayout& layout);
+
+    // session_settings.cpp
+    void ApplyBackground(guint changeTimeMs);
+    void ApplyStreamPolicy(int number, const PadSettings& settings);
+    bool DrawingOrderChanges() const;
     VM_STREAM_STATUS StatusOf(int number) const;
     PadHealth MeasureHealth(const PadStream& stream) const;
     PadCounts MeasureCounts(const PadStream& stream) const;
@@ -210,7 +246,7 @@ private:
     Ref<IQDVideoMixerStatus> status;
     Ref<DownstreamPin> outputPin;
 
-    // Layout operations, one at a time; taken before the mutex.
+    // Layout operations, and changes of the list of streams, one at a time; taken before the mutex.
     std::mutex layoutMutex;
 
     mutable std::mutex mutex;
@@ -229,6 +265,11 @@ private:
     bool outputIsConnected = false;
     GstFlowReturn flow = GST_FLOW_OK;
     GstClockTime upstreamLatency = 0;
+    bool anyChange = false;  // something waits for the next frame
+    StreamRect::Change backgroundChange = StreamRect::Change::kNone;
+    guint backgroundTimeMs = 0;
+    int openChanges = 0;                 // BeginChanges without their CommitChanges
+    std::vector<GstObject*> syncedPads;  // kept for its memory; the mixer's thread only
     std::optional<std::chrono::steady_clock::time_point> startDeadline;
 
     // The output.

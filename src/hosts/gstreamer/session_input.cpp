@@ -291,7 +291,6 @@ HRESULT Session::Send(PadStream& stream, GstBuffer* buffer, FrameSpan span) {
         return VFW_E_BUFFER_OVERFLOW;
     }
     const bool changesType = buffer && (!stream.typeIsKnown || rowWidth != stream.typeRowWidth);
-    const bool changesFormat = buffer && !stream.typeIsKnown;
     if (changesType) {
         MediaType type;
         HRESULT result = BuildStreamType(stream.format, rowWidth, &type);
@@ -310,6 +309,8 @@ HRESULT Session::Send(PadStream& stream, GstBuffer* buffer, FrameSpan span) {
             master ? 0 : static_cast<REFERENCE_TIME>(stream.baseFrame) * grid.Period();
         start = grid.Snap(grid.ToMixer(span.start + stream.shift)) - base;
         stop = std::max(grid.Snap(grid.ToMixer(span.stop + stream.shift)) - base, start + 2);
+        if (changesType && !stream.typeIsKnown)
+            FollowSize(stream, master ? 0 : stream.baseFrame + stream.nextSlot);
         stream.typeIsKnown = stream.typeIsKnown || changesType;
         if (changesType) stream.typeRowWidth = rowWidth;
     }
@@ -328,10 +329,6 @@ HRESULT Session::Send(PadStream& stream, GstBuffer* buffer, FrameSpan span) {
         }
     }
     gst_clear_buffer(&frame.buffer);
-    if (changesFormat) {
-        const std::scoped_lock layout(layoutMutex);
-        ApplyRect(stream, 0);
-    }
     return result;
 }
 

@@ -2,7 +2,6 @@
 
 #include "frames/format_table.h"
 #include "hosts/gstreamer/log.h"
-#include "hosts/gstreamer/pad_rect.h"
 #include "hosts/gstreamer/session.h"
 
 #include <algorithm>
@@ -56,10 +55,10 @@ OutputWish Session::WishedOutput() const {
         if (!stream->format.IsSet()) continue;
         const VM_VIDEO_PROPS& props = stream->format.props;
         if (wish.fccType == 0) wish.fccType = props.picProps.fccType;
-        VM_MIXING_RECT rect;
-        if (RectOfPad(stream->settings, props.picProps.nWidth, AbsHeight(props.picProps), &rect)) {
-            wish.width = std::max(wish.width, (rect.rcTarget.right + 1) & ~1);
-            wish.height = std::max(wish.height, (rect.rcTarget.bottom + 1) & ~1);
+        for (const StreamRect& shown : stream->rects) {
+            const RECT target = MixingRectFor(*stream, shown.settings).rcTarget;
+            wish.width = std::max(wish.width, (target.right + 1) & ~1);
+            wish.height = std::max(wish.height, (target.bottom + 1) & ~1);
         }
         if (wish.interlace == eVMI_Progressive) wish.interlace = props.eInterlace;
         if (stream->format.pixels->isYuv && !std::exchange(coloursAreKnown, true))
@@ -144,15 +143,23 @@ std::vector<Session::Member> Session::Members() {
         if (!isPart || stream->isLeaving) continue;
         members.push_back({stream.get(), stream->streamNumber, -1, {}});
     }
+    std::ranges::sort(
+        members, [](const Member& a, const Member& b) { return IsAbove(*b.stream, *a.stream); });
     return members;
+}
+
+bool Session::IsAbove(const PadStream& first, const PadStream& second) {
+    return std::pair(first.settings.zOrder, first.number) >
+           std::pair(second.settings.zOrder, second.number);
 }
 
 // Streams keep their numbers as long as the order allows it and no new one has to step into a gap.
 void Session::NumberMembers(std::vector<Member>& members) {
     const bool anyNew =
         std::ranges::any_of(members, [](const Member& m) { return m.oldNumber < 0; });
+    const bool keepNumbers = !anyNew && std::ranges::is_sorted(members, {}, &Member::oldNumber);
     for (std::size_t i = 0; i < members.size(); ++i)
-        members[i].newNumber = anyNew ? static_cast<int>(i) : members[i].oldNumber;
+        members[i].newNumber = keepNumbers ? members[i].oldNumber : static_cast<int>(i);
 }
 
 void Session::DisconnectMoved(std::vector<Member>& members) {
@@ -195,7 +202,7 @@ HRESULT Session::ConnectMember(Member& member) {
     }
     (void)mixer->RemoveAllRects(member.newNumber);
     (void)mixer->EnableStream(member.newNumber, 1);
-    ApplyRect(stream, 0);
+    ApplyAllRects(stream);
     return S_OK;
 }
 
@@ -251,6 +258,7 @@ HRESULT Session::RunFilter() {
         for (const auto& stream : streams) {
             stream->isAligned = stream->isHeld = stream->hasPicture = false;
             stream->nextSlot = stream->baseFrame = 0;
+            for (StreamRect& rect : stream->rects) rect.firstFrame = 0;
         }
     }
     // The filter takes the time of its start for that of its first frame.
@@ -399,7 +407,11 @@ bool Session::StartFilter() {
         wantsRestart = false;
         startDeadline.reset();
     }
-    ApplyBackground();
+    {
+        const Lock lock(mutex);
+        backgroundChange = StreamRect::Change::kNone;
+    }
+    ApplyBackground(0);
     PushHead();
     return ConnectAndRun(silent);
 }

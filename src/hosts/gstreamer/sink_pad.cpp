@@ -2,22 +2,19 @@
 
 #include "hosts/gstreamer/health.h"
 #include "hosts/gstreamer/log.h"
+#include "hosts/gstreamer/rect_properties.h"
 
+#include <algorithm>
 #include <array>
+#include <cstdio>
+#include <cstring>
+#include <string>
 
 namespace qdvm {
 namespace {
 
 enum PadProperty : guint {
-    kXPos = 1,
-    kYPos,
-    kWidth,
-    kHeight,
-    kAlpha,
-    kCropLeft,
-    kCropTop,
-    kCropRight,
-    kCropBottom,
+    kZOrder = kFirstOwnProperty,
     kVisible,
     kLoop,
     kStopAllOnEos,
@@ -32,7 +29,9 @@ enum PadProperty : guint {
     kStreamNumber,
 };
 
-constexpr int kLargestSide = 32768;
+// The rect that the pad's own properties describe; children have the numbers from 1.
+constexpr guint kOwnRect = 0;
+constexpr guint kMostRects = 1000;
 
 GType LostShowType() {
     static const GEnumValue values[] = {
@@ -47,47 +46,34 @@ GType LostShowType() {
     return type;
 }
 
-// The field of the settings behind a property, for those that are plain numbers and switches.
-int* IntSetting(PadSettings& settings, guint property) {
-    switch (property) {
-        case kXPos:
-            return &settings.x;
-        case kYPos:
-            return &settings.y;
-        case kWidth:
-            return &settings.width;
-        case kHeight:
-            return &settings.height;
-        case kCropLeft:
-            return &settings.cropLeft;
-        case kCropTop:
-            return &settings.cropTop;
-        case kCropRight:
-            return &settings.cropRight;
-        case kCropBottom:
-            return &settings.cropBottom;
-        case kMaxWait:
-            return &settings.maxWait;
-        default:
-            return nullptr;
-    }
-}
+struct BoolProperty {
+    PadProperty id;
+    bool PadSettings::*field;
+    const char* name;
+    const char* nick;
+    const char* blurb;
+};
 
-bool* BoolSetting(PadSettings& settings, guint property) {
-    switch (property) {
-        case kVisible:
-            return &settings.isVisible;
-        case kLoop:
-            return &settings.loops;
-        case kStopAllOnEos:
-            return &settings.stopsAll;
-        case kIgnoreTime:
-            return &settings.ignoresTime;
-        case kKeepRate:
-            return &settings.keepsRate;
-        default:
-            return nullptr;
-    }
+constexpr std::array kBoolProperties = {
+    BoolProperty{kVisible, &PadSettings::isVisible, "visible", "Visible",
+                 "Whether the stream is drawn; it is taken in at its rate either way"},
+    BoolProperty{kLoop, &PadSettings::loops, "loop", "Loop",
+                 "Seek the stream back to its start when it ends, if it can seek"},
+    BoolProperty{kStopAllOnEos, &PadSettings::stopsAll, "stop-all-on-eos", "End ends all",
+                 "The output ends when this stream and all before it have ended, without waiting "
+                 "for the streams after it"},
+    BoolProperty{kIgnoreTime, &PadSettings::ignoresTime, "ignore-time", "Ignore time stamps",
+                 "Show the frames as they come, one for each output frame, whatever their time "
+                 "stamps"},
+    BoolProperty{kKeepRate, &PadSettings::keepsRate, "keep-rate", "Keep rate",
+                 "Take each frame in at its time by the clock and not earlier, for a source that "
+                 "runs ahead"},
+};
+
+const BoolProperty* FindBool(guint property) {
+    const auto* found = std::ranges::find_if(
+        kBoolProperties, [property](const BoolProperty& p) { return p.id == property; });
+    return found == kBoolProperties.end() ? nullptr : found;
 }
 
 class StreamGuard {
@@ -101,21 +87,47 @@ private:
     GstQdVideoMixerPad* const pad;
 };
 
-void SetProperty(GObject* object, guint property, const GValue* value, GParamSpec* param) {
-    GstQdVideoMixerPad* pad = GST_QD_VIDEO_MIXER_PAD(object);
-    const StreamGuard guard(pad);
-    PadSettings& settings = *pad->settings;
-    if (int* number = IntSetting(settings, property))
-        *number = g_value_get_int(value);
-    else if (bool* isSet = BoolSetting(settings, property))
-        *isSet = g_value_get_boolean(value) != FALSE;
-    else if (property == kAlpha)
-        settings.alpha = g_value_get_double(value);
+bool SetPadProperty(PadSettings& settings, guint property, const GValue* value) {
+    if (const BoolProperty* isSet = FindBool(property))
+        settings.*isSet->field = g_value_get_boolean(value) != FALSE;
+    else if (property == kZOrder)
+        settings.zOrder = g_value_get_uint(value);
+    else if (property == kMaxWait)
+        settings.maxWait = g_value_get_int(value);
     else if (property == kLostShow)
         settings.lostShow = static_cast<eVM_LostShow>(g_value_get_enum(value));
     else
+        return false;
+    return true;
+}
+
+bool GetPadProperty(const PadSettings& settings, guint property, GValue* value) {
+    if (const BoolProperty* isSet = FindBool(property))
+        g_value_set_boolean(value, settings.*isSet->field);
+    else if (property == kZOrder)
+        g_value_set_uint(value, settings.zOrder);
+    else if (property == kMaxWait)
+        g_value_set_int(value, settings.maxWait);
+    else if (property == kLostShow)
+        g_value_set_enum(value, settings.lostShow);
+    else
+        return false;
+    return true;
+}
+
+// The session takes them over in DispatchChanges, once for all that are set together.
+void SetProperty(GObject* object, guint property, const GValue* value, GParamSpec* param) {
+    GstQdVideoMixerPad* pad = GST_QD_VIDEO_MIXER_PAD(object);
+    const StreamGuard guard(pad);
+    if (!SetRectProperty(*pad->rect, property, value) &&
+        !SetPadProperty(*pad->settings, property, value))
         G_OBJECT_WARN_INVALID_PROPERTY_ID(object, property, param);
-    if (pad->stream) pad->session->SetPadSettings(*pad->stream, settings);
+}
+
+// Needs the guard.
+void HandOver(GstQdVideoMixerPad* pad) {
+    pad->session->SetPadSettings(*pad->stream, *pad->settings);
+    pad->session->SetRect(*pad->stream, kOwnRect, *pad->rect);
 }
 
 void GetStatus(GstQdVideoMixerPad* pad, guint property, GValue* value, GParamSpec* param) {
@@ -146,16 +158,8 @@ void GetStatus(GstQdVideoMixerPad* pad, guint property, GValue* value, GParamSpe
 void GetProperty(GObject* object, guint property, GValue* value, GParamSpec* param) {
     GstQdVideoMixerPad* pad = GST_QD_VIDEO_MIXER_PAD(object);
     const StreamGuard guard(pad);
-    PadSettings& settings = *pad->settings;
-    if (const int* number = IntSetting(settings, property))
-        g_value_set_int(value, *number);
-    else if (const bool* isSet = BoolSetting(settings, property))
-        g_value_set_boolean(value, *isSet);
-    else if (property == kAlpha)
-        g_value_set_double(value, settings.alpha);
-    else if (property == kLostShow)
-        g_value_set_enum(value, settings.lostShow);
-    else
+    if (!GetRectProperty(*pad->rect, property, value) &&
+        !GetPadProperty(*pad->settings, property, value))
         GetStatus(pad, property, value, param);
 }
 
@@ -164,92 +168,32 @@ constexpr auto kSettable =
                              GST_PARAM_MUTABLE_PLAYING);
 constexpr auto kReadable = static_cast<GParamFlags>(G_PARAM_READABLE | G_PARAM_STATIC_STRINGS);
 
-struct IntProperty {
-    PadProperty id;
-    const char* name;
-    const char* nick;
-    const char* blurb;
-    int min;
-    int max;
-    int standard;
-};
-
-struct BoolProperty {
-    PadProperty id;
-    const char* name;
-    const char* nick;
-    const char* blurb;
-    bool standard;
-};
-
-constexpr std::array kIntProperties = {
-    IntProperty{kXPos, "xpos", "Left edge",
-                "Distance of the picture from the left edge of the output in pixels; odd numbers "
-                "move to the next even one",
-                -kLargestSide, kLargestSide, 0},
-    IntProperty{kYPos, "ypos", "Top edge",
-                "Distance of the picture from the top edge of the output in pixels; odd numbers "
-                "move to the next even one",
-                -kLargestSide, kLargestSide, 0},
-    IntProperty{kWidth, "width", "Width",
-                "Width of the picture in the output in pixels; 0 is the stream's own width less "
-                "what is cropped",
-                0, kLargestSide, 0},
-    IntProperty{kHeight, "height", "Height",
-                "Height of the picture in the output in pixels; 0 is the stream's own height less "
-                "what is cropped",
-                0, kLargestSide, 0},
-    IntProperty{kCropLeft, "crop-left", "Crop left", "Pixels of the stream cut off at the left", 0,
-                kLargestSide, 0},
-    IntProperty{kCropTop, "crop-top", "Crop top", "Pixels of the stream cut off at the top", 0,
-                kLargestSide, 0},
-    IntProperty{kCropRight, "crop-right", "Crop right", "Pixels of the stream cut off at the right",
-                0, kLargestSide, 0},
-    IntProperty{kCropBottom, "crop-bottom", "Crop bottom",
-                "Pixels of the stream cut off at the bottom", 0, kLargestSide, 0},
-    IntProperty{kMaxWait, "max-wait", "Longest wait",
-                "How many of its own frames the stream may miss before the output goes on without "
-                "it; 0 waits for it for ever. Part of the latency of a live pipeline",
-                0, 100000, 8},
-};
-
-constexpr std::array kBoolProperties = {
-    BoolProperty{kVisible, "visible", "Visible",
-                 "Whether the stream is drawn; it is taken in at its rate either way", true},
-    BoolProperty{kLoop, "loop", "Loop",
-                 "Seek the stream back to its start when it ends, if it can seek", false},
-    BoolProperty{kStopAllOnEos, "stop-all-on-eos", "End ends all",
-                 "The output ends when this stream and all before it have ended, without waiting "
-                 "for the streams after it",
-                 false},
-    BoolProperty{kIgnoreTime, "ignore-time", "Ignore time stamps",
-                 "Show the frames as they come, one for each output frame, whatever their time "
-                 "stamps",
-                 false},
-    BoolProperty{kKeepRate, "keep-rate", "Keep rate",
-                 "Take each frame in at its time by the clock and not earlier, for a source that "
-                 "runs ahead",
-                 false},
-};
-
 void InstallSettings(GObjectClass* klass) {
-    for (const IntProperty& p : kIntProperties)
-        g_object_class_install_property(
-            klass, p.id,
-            g_param_spec_int(p.name, p.nick, p.blurb, p.min, p.max, p.standard, kSettable));
+    const PadSettings standard;
     for (const BoolProperty& p : kBoolProperties)
         g_object_class_install_property(
-            klass, p.id, g_param_spec_boolean(p.name, p.nick, p.blurb, p.standard, kSettable));
+            klass, p.id,
+            g_param_spec_boolean(p.name, p.nick, p.blurb, standard.*p.field, kSettable));
     g_object_class_install_property(
-        klass, kAlpha,
-        g_param_spec_double("alpha", "Opacity", "How opaque the picture is, from 0 to 1", 0, 1, 1,
-                            kSettable));
+        klass, kZOrder,
+        g_param_spec_uint("zorder", "Drawing order",
+                          "Streams are drawn from the lowest number up, so that the highest lies "
+                          "on top; by default the number in the pad's name, which also decides "
+                          "between equal ones",
+                          0, G_MAXUINT32, 0, kSettable));
+    g_object_class_install_property(
+        klass, kMaxWait,
+        g_param_spec_int("max-wait", "Longest wait",
+                         "How many of its own frames the stream may miss before the output goes "
+                         "on without it; 0 waits for it for ever. Part of the latency of a live "
+                         "pipeline",
+                         0, 100000, standard.maxWait, kSettable));
     g_object_class_install_property(
         klass, kLostShow,
         g_param_spec_enum("lost-show", "Shown when lost",
                           "What takes the stream's place while it is lost, that is after it has "
                           "missed max-wait frames and until it sends one again",
-                          LostShowType(), eVMLS_Last, kSettable));
+                          LostShowType(), standard.lostShow, kSettable));
 }
 
 void InstallStatus(GObjectClass* klass) {
@@ -384,6 +328,75 @@ void OnUnlinked(GstPad* pad, GstPad*, gpointer) {
     if (self->stream) self->session->Unlink(*self->stream);
 }
 
+// A reference for the caller; null if there is none.
+GstQdVideoMixerRect* FindRect(GstQdVideoMixerPad* pad, guint number) {
+    const StreamGuard guard(pad);
+    const auto found = std::ranges::find_if(
+        *pad->rects, [number](GstQdVideoMixerRect* rect) { return rect->number == number; });
+    if (found == pad->rects->end()) return nullptr;
+    return static_cast<GstQdVideoMixerRect*>(gst_object_ref(*found));
+}
+
+// A reference for the caller.
+GstQdVideoMixerRect* MakeRect(GstQdVideoMixerPad* pad, guint number) {
+    GstQdVideoMixerRect* rect = gst_qd_video_mixer_rect_new(GST_OBJECT(pad), number);
+    bool isTaken = false;
+    {
+        const StreamGuard guard(pad);
+        isTaken = std::ranges::any_of(
+            *pad->rects, [number](GstQdVideoMixerRect* other) { return other->number == number; });
+        if (!isTaken) {
+            pad->rects->push_back(rect);
+            if (pad->stream) pad->session->SetRect(*pad->stream, number, SettingsOf(rect));
+        }
+    }
+    if (isTaken) {
+        gst_object_unparent(GST_OBJECT(rect));
+        gst_object_unref(rect);
+        return FindRect(pad, number);
+    }
+    gst_child_proxy_child_added(GST_CHILD_PROXY(pad), G_OBJECT(rect), GST_OBJECT_NAME(rect));
+    return rect;
+}
+
+// The number of a name of the form rect-%u; 0 for another.
+guint RectNumberOf(const char* name) {
+    guint number = 0;
+    char rest = 0;
+    const bool isRead = std::sscanf(name, "rect-%u%c", &number, &rest) == 1;
+    const bool isPlain = isRead && "rect-" + std::to_string(number) == name;
+    return isPlain && number <= kMostRects ? number : 0;
+}
+
+// A rect is there as soon as it is named.
+GObject* RectByName(GstChildProxy* proxy, const gchar* name) {
+    GstQdVideoMixerPad* pad = GST_QD_VIDEO_MIXER_PAD(proxy);
+    const guint number = RectNumberOf(name);
+    if (number == 0) return nullptr;
+    GstQdVideoMixerRect* rect = FindRect(pad, number);
+    return G_OBJECT(rect ? rect : MakeRect(pad, number));
+}
+
+GObject* RectByIndex(GstChildProxy* proxy, guint index) {
+    GstQdVideoMixerPad* pad = GST_QD_VIDEO_MIXER_PAD(proxy);
+    const StreamGuard guard(pad);
+    if (index >= pad->rects->size()) return nullptr;
+    return G_OBJECT(g_object_ref((*pad->rects)[index]));
+}
+
+guint RectCount(GstChildProxy* proxy) {
+    GstQdVideoMixerPad* pad = GST_QD_VIDEO_MIXER_PAD(proxy);
+    const StreamGuard guard(pad);
+    return static_cast<guint>(pad->rects->size());
+}
+
+void InitChildProxy(gpointer interface, gpointer) {
+    auto* proxy = static_cast<GstChildProxyInterface*>(interface);
+    proxy->get_child_by_name = RectByName;
+    proxy->get_child_by_index = RectByIndex;
+    proxy->get_children_count = RectCount;
+}
+
 }  // namespace
 
 GType PadHealthType() {
@@ -409,11 +422,33 @@ const char* HealthName(PadHealth health) {
 
 }  // namespace qdvm
 
-G_DEFINE_TYPE(GstQdVideoMixerPad, gst_qd_video_mixer_pad, GST_TYPE_PAD)
+G_DEFINE_TYPE_WITH_CODE(GstQdVideoMixerPad, gst_qd_video_mixer_pad, GST_TYPE_PAD,
+                        G_IMPLEMENT_INTERFACE(GST_TYPE_CHILD_PROXY, qdvm::InitChildProxy))
+
+static void gst_qd_video_mixer_pad_dispatch(GObject* object, guint count, GParamSpec** params) {
+    GstQdVideoMixerPad* pad = GST_QD_VIDEO_MIXER_PAD(object);
+    {
+        const qdvm::StreamGuard guard(pad);
+        if (pad->stream) qdvm::HandOver(pad);
+    }
+    G_OBJECT_CLASS(gst_qd_video_mixer_pad_parent_class)
+        ->dispatch_properties_changed(object, count, params);
+}
+
+static void gst_qd_video_mixer_pad_dispose(GObject* object) {
+    GstQdVideoMixerPad* pad = GST_QD_VIDEO_MIXER_PAD(object);
+    for (GstQdVideoMixerRect* rect : std::exchange(*pad->rects, {})) {
+        gst_object_unparent(GST_OBJECT(rect));
+        gst_object_unref(rect);
+    }
+    G_OBJECT_CLASS(gst_qd_video_mixer_pad_parent_class)->dispose(object);
+}
 
 static void gst_qd_video_mixer_pad_finalize(GObject* object) {
     GstQdVideoMixerPad* pad = GST_QD_VIDEO_MIXER_PAD(object);
     delete pad->settings;
+    delete pad->rect;
+    delete pad->rects;
     g_mutex_clear(&pad->streamLock);
     G_OBJECT_CLASS(gst_qd_video_mixer_pad_parent_class)->finalize(object);
 }
@@ -422,7 +457,10 @@ static void gst_qd_video_mixer_pad_class_init(GstQdVideoMixerPadClass* klass) {
     auto* object = G_OBJECT_CLASS(klass);
     object->set_property = qdvm::SetProperty;
     object->get_property = qdvm::GetProperty;
+    object->dispatch_properties_changed = gst_qd_video_mixer_pad_dispatch;
+    object->dispose = gst_qd_video_mixer_pad_dispose;
     object->finalize = gst_qd_video_mixer_pad_finalize;
+    qdvm::InstallRectProperties(object);
     qdvm::InstallSettings(object);
     qdvm::InstallStatus(object);
 }
@@ -430,6 +468,8 @@ static void gst_qd_video_mixer_pad_class_init(GstQdVideoMixerPadClass* klass) {
 static void gst_qd_video_mixer_pad_init(GstQdVideoMixerPad* pad) {
     g_mutex_init(&pad->streamLock);
     pad->settings = new qdvm::PadSettings();
+    pad->rect = new qdvm::RectSettings();
+    pad->rects = new std::vector<GstQdVideoMixerRect*>();
 }
 
 void gst_qd_video_mixer_pad_join(GstQdVideoMixerPad* pad, qdvm::Session* session, guint number) {
@@ -440,10 +480,11 @@ void gst_qd_video_mixer_pad_join(GstQdVideoMixerPad* pad, qdvm::Session* session
     gst_pad_set_activatemode_function(base, qdvm::Activate);
     (void)g_signal_connect(pad, "unlinked", G_CALLBACK(qdvm::OnUnlinked), nullptr);
     qdvm::PadStream* stream = session->AddPad(base, number);
-    session->SetPadSettings(*stream, *pad->settings);
     const qdvm::StreamGuard guard(pad);
     pad->session = session;
     pad->stream = stream;
+    pad->settings->zOrder = number;
+    qdvm::HandOver(pad);
 }
 
 void gst_qd_video_mixer_pad_leave(GstQdVideoMixerPad* pad) {
@@ -453,4 +494,28 @@ void gst_qd_video_mixer_pad_leave(GstQdVideoMixerPad* pad) {
         stream = std::exchange(pad->stream, nullptr);
     }
     if (stream) pad->session->RemovePad(stream);
+}
+
+void gst_qd_video_mixer_pad_take_rect(GstQdVideoMixerPad* pad, GstQdVideoMixerRect* rect) {
+    const qdvm::StreamGuard guard(pad);
+    const bool isMember = std::ranges::find(*pad->rects, rect) != pad->rects->end();
+    if (isMember && pad->stream)
+        pad->session->SetRect(*pad->stream, rect->number, qdvm::SettingsOf(rect));
+}
+
+bool gst_qd_video_mixer_pad_remove_rect(GstQdVideoMixerPad* pad, guint number) {
+    GstQdVideoMixerRect* rect = nullptr;
+    {
+        const qdvm::StreamGuard guard(pad);
+        const auto found = std::ranges::find_if(
+            *pad->rects, [number](GstQdVideoMixerRect* other) { return other->number == number; });
+        if (found == pad->rects->end()) return false;
+        rect = *found;
+        pad->rects->erase(found);
+        if (pad->stream) pad->session->RemoveRect(*pad->stream, number);
+    }
+    gst_child_proxy_child_removed(GST_CHILD_PROXY(pad), G_OBJECT(rect), GST_OBJECT_NAME(rect));
+    gst_object_unparent(GST_OBJECT(rect));
+    gst_object_unref(rect);
+    return true;
 }

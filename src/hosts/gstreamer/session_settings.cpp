@@ -1,10 +1,11 @@
 // The session's settings as the mixer knows them, and what it tells about its streams.
 
-#include "frames/format_table.h"
+#include "hosts/gstreamer/colours.h"
 #include "hosts/gstreamer/health.h"
 #include "hosts/gstreamer/log.h"
-#include "hosts/gstreamer/pad_rect.h"
 #include "hosts/gstreamer/session.h"
+#include "platform/counted_string.h"
+#include "platform/text.h"
 
 #include <algorithm>
 #include <tuple>
@@ -18,11 +19,6 @@ constexpr gint64 kShortestStall = 150 * 1000;  // us
 
 constexpr gint64 kUnitsPerUs = 10;
 
-// Alpha, red, green, blue from the top to alpha, blue, green, red.
-LONG MixerColour(guint32 argb) {
-    return static_cast<LONG>((argb & 0xFF00FF00u) | (argb & 0xFF) << 16 | (argb >> 16 & 0xFF));
-}
-
 }  // namespace
 
 void Session::ApplyStreamPolicy(int number, const PadSettings& pad) {
@@ -32,92 +28,62 @@ void Session::ApplyStreamPolicy(int number, const PadSettings& pad) {
     (void)mixer->SetStreamMaxWait(number, pad.maxWait, pad.lostShow);
 }
 
-// Needs layoutMutex.
-void Session::ApplyRect(const PadStream& stream, guint changeTimeMs) {
-    PadSettings pad;
-    PIC_PROPS picture{};
-    int number = -1;
-    {
-        const Lock lock(mutex);
-        pad = stream.settings;
-        picture = (stream.format.IsSet() ? stream.format : output).props.picProps;
-        number = stream.streamNumber;
-    }
-    if (number < 0) return;
-    VM_MIXING_RECT rect;
-    LONG rectNumber = 0;
-    if (RectOfPad(pad, picture.nWidth, AbsHeight(picture), &rect))
-        (void)mixer->SetInputRect2(number, &rectNumber, &rect, static_cast<LONG>(changeTimeMs));
-    else
-        (void)mixer->RemoveAllRects(number);
-}
-
-void Session::ApplyBackground() {
+void Session::ApplyBackground(guint changeTimeMs) {
     const ElementSettings now = Settings();
-    if (!mixer) return;
-    const HRESULT result = mixer->SetBackground2(now.background, MixerColour(now.backgroundColor),
-                                                 nullptr, static_cast<LONG>(now.changeTimeMs));
-    if (Failed(result))
-        GST_WARNING_OBJECT(element, "the background can't be set: 0x%08x",
-                           static_cast<unsigned>(result));
+    const bool isPicture = now.background == eVMB_Image;
+    // The picture may still be on its way.
+    if (!mixer || (isPicture && now.backgroundPicture.empty())) return;
+    const CountedString name(FromUtf8(now.backgroundPicture));
+    const HRESULT result =
+        mixer->SetBackground2(now.background, MixerColour(now.backgroundColor),
+                              isPicture ? name.Get() : nullptr, static_cast<LONG>(changeTimeMs));
+    if (Succeeded(result)) return;
+    GST_ELEMENT_WARNING(element, RESOURCE, OPEN_READ,
+                        ("no background can be made of \"%s\"", now.backgroundPicture.c_str()),
+                        ("result 0x%08x", static_cast<unsigned>(result)));
 }
 
 void Session::SetSettings(const ElementSettings& newSettings) {
-    bool setsBackground = false;
-    {
-        const Lock lock(mutex);
-        setsBackground = newSettings.background != settings.background ||
-                         newSettings.backgroundColor != settings.backgroundColor;
-        const bool setsMaster = newSettings.master != settings.master;
-        settings = newSettings;
-        if (setsMaster && mode == Mode::kRunning) wantsRestart = true;
-        setsBackground = setsBackground && mode == Mode::kRunning;
-        changed.notify_all();
-    }
-    if (setsBackground) ApplyBackground();
+    const Lock lock(mutex);
+    const auto background = [](const ElementSettings& given) {
+        return std::tie(given.background, given.backgroundColor, given.backgroundPicture);
+    };
+    const bool setsBackground = background(newSettings) != background(settings);
+    if (newSettings.master != settings.master && mode == Mode::kRunning) wantsRestart = true;
+    settings = newSettings;
+    if (setsBackground) MarkBackground();
+    changed.notify_all();
+}
+
+// Whether the streams' numbers in the mixer are no longer in the order in which pads are to be
+// drawn. Needs the mutex.
+bool Session::DrawingOrderChanges() const {
+    for (const auto& a : streams)
+        for (const auto& b : streams)
+            if (a->streamNumber >= 0 && a->streamNumber < b->streamNumber && IsAbove(*a, *b))
+                return true;
+    return false;
 }
 
 void Session::SetPadSettings(PadStream& stream, const PadSettings& newSettings) {
-    const std::scoped_lock layout(layoutMutex);
     PadSettings before;
     int number = -1;
-    guint changeTimeMs = 0;
     {
         const Lock lock(mutex);
         before = std::exchange(stream.settings, newSettings);
         number = stream.streamNumber;
-        changeTimeMs = settings.changeTimeMs;
+        if (before.isVisible != newSettings.isVisible)
+            for (StreamRect& rect : stream.rects) Mark(rect);
+        if (before.zOrder != newSettings.zOrder && mode == Mode::kRunning && DrawingOrderChanges())
+            wantsRestart = true;
+        changed.notify_all();
     }
-    if (number < 0) return;
     const auto policy = [](const PadSettings& pad) {
         return std::tuple(pad.loops, pad.stopsAll, pad.ignoresTime, pad.keepsRate, pad.maxWait,
                           pad.lostShow);
     };
-    const auto rect = [](const PadSettings& pad) {
-        return std::tuple(pad.x, pad.y, pad.width, pad.height, pad.cropLeft, pad.cropTop,
-                          pad.cropRight, pad.cropBottom, pad.alpha, pad.isVisible);
-    };
-    if (policy(before) != policy(newSettings)) ApplyStreamPolicy(number, newSettings);
-    if (rect(before) != rect(newSettings)) ApplyRect(stream, changeTimeMs);
-}
-
-Session::KeptLayout Session::LayoutOf(int number) const {
-    KeptLayout layout;
-    LONG count = 0;
-    (void)mixer->GetInputRectCount(number, &count);
-    for (LONG i = 0; i < count; ++i) {
-        VM_MIXING_RECT rect;
-        if (Succeeded(mixer->GetInputRect(number, i, &rect))) layout.rects.push_back(rect);
-    }
-    layout.isEnabled = mixer->IsStreamEnabled(number, nullptr) == S_OK;
-    return layout;
-}
-
-void Session::SetLayout(int number, const KeptLayout& layout) {
-    (void)mixer->RemoveAllRects(number);
-    (void)mixer->EnableStream(number, layout.isEnabled);
-    for (const VM_MIXING_RECT& rect : layout.rects)
-        (void)mixer->SetInputRect2(number, nullptr, &rect, 0);
+    if (number >= 0 && policy(before) != policy(newSettings))
+        ApplyStreamPolicy(number, newSettings);
 }
 
 VM_STREAM_STATUS Session::StatusOf(int number) const {
