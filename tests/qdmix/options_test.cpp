@@ -88,7 +88,7 @@ TEST(Options, ARectIsDescribedInTheSameWordsNowAndLater) {
                                      .flip = Flip{true, true},
                                      .isOneField = true,
                                      .fit = Fit::kCrop,
-                                     .mask = "circle",
+                                     .mask = "Circle",
                                      .turn = Pair{30, -12.5},
                                      .viewAngle = 60,
                                      .eye = Pair{0.5, 0}}));

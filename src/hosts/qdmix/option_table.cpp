@@ -233,7 +233,7 @@ constexpr std::array kTable = {
     OptionRow{0, "view", "ANGLE", OptionGroup::kRect, "40",
         "How near a turned picture is seen, as the angle of view in degrees: the larger, the"
         " stronger the perspective.",
-        nullptr, "give an angle between 0 and 180", nullptr},
+        nullptr, "give an angle above 0 and up to 179", nullptr},
     OptionRow{0, "eye", "X,Y", OptionGroup::kRect, "0,0",
         "Where a turned picture is looked at from, off its middle, in halves of its width.",
         nullptr, "give two numbers from -100 to 100, as 0.5,0", nullptr},

@@ -10,6 +10,7 @@ namespace qdvm::qdmix {
 namespace {
 
 constexpr double kFullTurn = 180;
+constexpr double kWidestView = 179;
 constexpr double kFarthestEye = 100;
 
 template <class Member, class Value>
@@ -47,6 +48,13 @@ constexpr std::array kFits = {
     Word<Fit>{"crop", Fit::kCrop},
 };
 
+constexpr std::array kMasks = {
+    Word<std::string_view>{"none", ""},
+    Word<std::string_view>{"circle", "Circle"},
+    Word<std::string_view>{"rect", "Rect"},
+    Word<std::string_view>{"rounded-rect", "Rounded Rect"},
+};
+
 bool TakeTarget(RectChange& change, std::string_view value) {
     if (const std::optional<Point> place = ParsePoint(value)) {
         change.target = Geometry{{0, 0}, *place};
@@ -60,8 +68,9 @@ bool TakeAlpha(RectChange& change, std::string_view value) {
     return alpha && *alpha >= 0 && *alpha <= 1 && Store(change.alpha, alpha);
 }
 
+// The mixer's own masks have their names there; others are files.
 bool TakeMask(RectChange& change, std::string_view value) {
-    change.mask = value == "none" ? std::string() : std::string(value);
+    change.mask = Find(kMasks, value).value_or(value);
     return !value.empty();
 }
 
@@ -73,7 +82,7 @@ bool TakeTurn(RectChange& change, std::string_view value) {
 
 bool TakeView(RectChange& change, std::string_view value) {
     const std::optional<double> angle = ParseNumber(value);
-    return angle && *angle > 0 && *angle < kFullTurn && Store(change.viewAngle, angle);
+    return angle && *angle > 0 && *angle <= kWidestView && Store(change.viewAngle, angle);
 }
 
 bool TakeEye(RectChange& change, std::string_view value) {
@@ -118,6 +127,11 @@ const RectSetting* FindRectSetting(std::string_view name) {
     const auto found = std::find_if(kSettings.begin(), kSettings.end(),
                                     [&](const RectSetting& row) { return name == row.name; });
     return found != kSettings.end() ? &*found : nullptr;
+}
+
+bool IsBuiltInMask(std::string_view mask) {
+    return std::any_of(kMasks.begin(), kMasks.end(),
+                       [&](const auto& word) { return word.second == mask; });
 }
 
 std::optional<Move> ParseMove(std::string_view text) {

@@ -32,7 +32,7 @@ struct RectChange {
     std::optional<Flip> flip = {};
     std::optional<bool> isOneField = {};
     std::optional<Fit> fit = {};
-    std::optional<std::string> mask = {};  // a built-in one, a file, or empty for none
+    std::optional<std::string> mask = {};  // one of the mixer's own, a file, or empty for none
     std::optional<Pair> turn = {};         // degrees about the vertical and the horizontal axis
     std::optional<double> viewAngle = {};  // degrees
     std::optional<Pair> eye = {};          // in halves of the target's width
@@ -62,6 +62,9 @@ struct RectSetting {
 
 // Null for an unknown name.
 const RectSetting* FindRectSetting(std::string_view name);
+
+// Whether a mask is none or one of the mixer's own, and no file.
+bool IsBuiltInMask(std::string_view mask);
 
 // "NAME=VALUE NAME=VALUE...@START[+TAKE]"; a word without a name is a target. The names are those
 // of the settings.

@@ -36,7 +36,9 @@ std::vector<NamedFile> FilesRead(const Plan& plan) {
             files.push_back({input.spec.Subject(), input.spec.locator});
         }
         for (const PlannedRect& rect : input.rects) {
-            files.push_back({"the mask of " + input.spec.Subject(), rect.first.mask});
+            if (!IsBuiltInMask(rect.first.mask)) {
+                files.push_back({"the mask of " + input.spec.Subject(), rect.first.mask});
+            }
         }
     }
     files.push_back({"the background", plan.background.picture});
