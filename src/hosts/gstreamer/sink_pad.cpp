@@ -346,7 +346,7 @@ GstQdVideoMixerRect* MakeRect(GstQdVideoMixerPad* pad, guint number) {
         isTaken = std::ranges::any_of(
             *pad->rects, [number](GstQdVideoMixerRect* other) { return other->number == number; });
         if (!isTaken) {
-            pad->rects->push_back(rect);
+            pad->rects->push_back(static_cast<GstQdVideoMixerRect*>(gst_object_ref(rect)));
             if (pad->stream) pad->session->SetRect(*pad->stream, number, SettingsOf(rect));
         }
     }
