@@ -32,18 +32,24 @@ struct PadSettings {
     eVM_LostShow lostShow = eVMLS_Last;
 };
 
-// One rect of a stream. Its place in the stream's list is its number in the mixer.
-struct StreamRect {
-    enum class Change {
+// A setting that the mixer is to be told of.
+struct Change {
+    enum class Kind {
         kNone,
         kSet,    // by a user; waits while changes are being gathered
         kMoved,  // by a controller; lands at once
     };
 
+    Kind kind = Kind::kNone;
+    std::uint64_t number = 0;  // grows from change to change
+    guint timeMs = 0;          // how long it takes
+};
+
+// One rect of a stream. Its place in the stream's list is its number in the mixer.
+struct StreamRect {
     guint number = 0;  // 0 for the pad's own, that of the name rect-%u for another
     RectSettings settings;
-    Change change = Change::kNone;
-    guint changeTimeMs = 0;
+    Change change;
     std::uint64_t firstFrame = 0;  // the change is for this output frame, or a later one
     bool isInMixer = false;
     bool isRemoved = false;

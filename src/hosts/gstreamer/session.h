@@ -193,9 +193,8 @@ private:
     // session_rects.cpp
     void BeforeFrame(std::uint64_t frame) override;
     void SyncControlled(std::uint64_t frame);
-    void Mark(StreamRect& rect);
-    void MarkBackground();
-    bool IsDue(StreamRect::Change change);
+    void Mark(Change& change);
+    bool IsDue(const Change& change);
     void ApplyChanges(std::uint64_t frame);
     void ApplyRects(PadStream& stream, std::uint64_t frame);
     bool ApplyRect(PadStream& stream, std::size_t place, std::uint64_t frame);
@@ -266,9 +265,11 @@ private:
     GstFlowReturn flow = GST_FLOW_OK;
     GstClockTime upstreamLatency = 0;
     bool anyChange = false;  // something waits for the next frame
-    StreamRect::Change backgroundChange = StreamRect::Change::kNone;
-    guint backgroundTimeMs = 0;
-    int openChanges = 0;                 // BeginChanges without their CommitChanges
+    Change backgroundChange;
+    std::uint64_t lastChange = 0;
+    std::uint64_t lastDue = 0;     // a user's changes after this one aren't for the present frame
+    std::uint64_t lastBefore = 0;  // the last change before those that are being gathered
+    int openChanges = 0;           // BeginChanges without their CommitChanges
     std::vector<GstObject*> syncedPads;  // kept for its memory; the mixer's thread only
     std::optional<std::chrono::steady_clock::time_point> startDeadline;
 

@@ -36,16 +36,10 @@ void SyncWithChildren(GstObject* object, GstClockTime time) {
 }  // namespace
 
 // Needs the mutex.
-void Session::Mark(StreamRect& rect) {
-    rect.change = isSyncing ? StreamRect::Change::kMoved : StreamRect::Change::kSet;
-    rect.changeTimeMs = isSyncing ? 0 : settings.changeTimeMs;
-    rect.firstFrame = 0;
-    anyChange = true;
-}
-
-void Session::MarkBackground() {
-    backgroundChange = isSyncing ? StreamRect::Change::kMoved : StreamRect::Change::kSet;
-    backgroundTimeMs = isSyncing ? 0 : settings.changeTimeMs;
+void Session::Mark(Change& change) {
+    change.kind = isSyncing ? Change::Kind::kMoved : Change::Kind::kSet;
+    change.number = ++lastChange;
+    change.timeMs = isSyncing ? 0 : settings.changeTimeMs;
     anyChange = true;
 }
 
@@ -58,7 +52,7 @@ void Session::SetRect(PadStream& stream, guint number, const RectSettings& rect)
     StreamRect& target = found != stream.rects.end() ? *found : stream.rects.emplace_back();
     target.number = number;
     target.settings = rect;
-    Mark(target);
+    Mark(target.change);
 }
 
 void Session::RemoveRect(PadStream& stream, guint number) {
@@ -66,13 +60,13 @@ void Session::RemoveRect(PadStream& stream, guint number) {
     for (StreamRect& rect : stream.rects) {
         if (rect.number != number || rect.isRemoved) continue;
         rect.isRemoved = true;
-        Mark(rect);
+        Mark(rect.change);
     }
 }
 
 void Session::BeginChanges() {
     const Lock lock(mutex);
-    ++openChanges;
+    if (openChanges++ == 0) lastBefore = lastChange;
 }
 
 void Session::CommitChanges() {
@@ -88,6 +82,7 @@ void Session::BeforeFrame(std::uint64_t frame) {
         const Lock lock(mutex);
         if (!anyChange) return;
         anyChange = false;
+        lastDue = openChanges > 0 ? lastBefore : lastChange;
     }
     ApplyChanges(frame);
 }
@@ -113,12 +108,12 @@ void Session::SyncControlled(std::uint64_t frame) {
     syncedPads.clear();
 }
 
-// Whether the mixer is told of a change now. Needs the mutex.
-bool Session::IsDue(StreamRect::Change change) {
-    if (change == StreamRect::Change::kNone) return false;
-    const bool isGathered = change == StreamRect::Change::kSet && openChanges > 0;
-    if (isGathered) anyChange = true;
-    return !isGathered;
+// Whether the mixer is told of a change for the present frame. Needs the mutex.
+bool Session::IsDue(const Change& change) {
+    if (change.kind == Change::Kind::kNone) return false;
+    const bool isLater = change.kind == Change::Kind::kSet && change.number > lastDue;
+    if (isLater) anyChange = true;
+    return !isLater;
 }
 
 // Needs layoutMutex.
@@ -128,8 +123,8 @@ void Session::ApplyChanges(std::uint64_t frame) {
     {
         const Lock lock(mutex);
         setsBackground = IsDue(backgroundChange);
-        if (setsBackground) backgroundChange = StreamRect::Change::kNone;
-        timeMs = backgroundTimeMs;
+        timeMs = backgroundChange.timeMs;
+        if (setsBackground) backgroundChange = {};
     }
     if (setsBackground) ApplyBackground(timeMs);
     // Pads come and go under layoutMutex only.
@@ -178,14 +173,12 @@ bool Session::ApplyRect(PadStream& stream, std::size_t place, std::uint64_t fram
         const Lock lock(mutex);
         StreamRect& wanted = stream.rects[place];
         number = stream.isLeaving ? -1 : stream.streamNumber;
-        if (wanted.firstFrame > frame && wanted.change != StreamRect::Change::kNone)
-            anyChange = true;
+        if (wanted.firstFrame > frame) anyChange = true;
         if (number < 0 || wanted.isRemoved || wanted.firstFrame > frame || !IsDue(wanted.change))
             return wanted.isInMixer;
-        wanted.change = StreamRect::Change::kNone;
+        timeMs = static_cast<LONG>(std::exchange(wanted.change, {}).timeMs);
         wanted.isInMixer = true;
         rect = MixingRectFor(stream, wanted.settings);
-        timeMs = static_cast<LONG>(wanted.changeTimeMs);
         if (wanted.mask != wanted.settings.mask) mask = wanted.mask = wanted.settings.mask;
     }
     auto rectNumber = static_cast<LONG>(place);
@@ -226,8 +219,7 @@ void Session::ApplyAllRects(PadStream& stream) {
         stream.size = SizeOf(stream);
         std::erase_if(stream.rects, [](const StreamRect& rect) { return rect.isRemoved; });
         for (StreamRect& rect : stream.rects) {
-            rect.change = StreamRect::Change::kMoved;
-            rect.changeTimeMs = 0;
+            rect.change = {.kind = Change::Kind::kMoved};
             rect.firstFrame = 0;
             rect.isInMixer = false;
             rect.mask.clear();
@@ -240,9 +232,8 @@ void Session::ApplyAllRects(PadStream& stream) {
 void Session::FollowSize(PadStream& stream, std::uint64_t frame) {
     if (SizeOf(stream) == std::exchange(stream.size, SizeOf(stream))) return;
     for (StreamRect& rect : stream.rects) {
-        if (!rect.isInMixer || rect.change != StreamRect::Change::kNone) continue;
-        rect.change = StreamRect::Change::kMoved;
-        rect.changeTimeMs = 0;
+        if (!rect.isInMixer || rect.change.kind != Change::Kind::kNone) continue;
+        rect.change = {.kind = Change::Kind::kMoved};
         rect.firstFrame = frame;
     }
     anyChange = true;

@@ -51,7 +51,7 @@ void Session::SetSettings(const ElementSettings& newSettings) {
     const bool setsBackground = background(newSettings) != background(settings);
     if (newSettings.master != settings.master && mode == Mode::kRunning) wantsRestart = true;
     settings = newSettings;
-    if (setsBackground) MarkBackground();
+    if (setsBackground) Mark(backgroundChange);
     changed.notify_all();
 }
 
@@ -73,7 +73,7 @@ void Session::SetPadSettings(PadStream& stream, const PadSettings& newSettings) 
         before = std::exchange(stream.settings, newSettings);
         number = stream.streamNumber;
         if (before.isVisible != newSettings.isVisible)
-            for (StreamRect& rect : stream.rects) Mark(rect);
+            for (StreamRect& rect : stream.rects) Mark(rect.change);
         if (before.zOrder != newSettings.zOrder && mode == Mode::kRunning && DrawingOrderChanges())
             wantsRestart = true;
         changed.notify_all();

@@ -409,7 +409,7 @@ bool Session::StartFilter() {
     }
     {
         const Lock lock(mutex);
-        backgroundChange = StreamRect::Change::kNone;
+        backgroundChange = {};
     }
     ApplyBackground(0);
     PushHead();
