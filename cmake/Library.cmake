@@ -4,8 +4,9 @@
 set(QDVM_ROOMS platform frames primitives pixels config mixer scenes graph)
 
 set(QDVM_ROOM_DIRS_platform platform platform/posix)
+set(QDVM_ROOM_DIRS_pixels pixels pixels/chroma_key)
 set(QDVM_ROOM_DIRS_primitives pixels/primitives)
-foreach(room IN ITEMS frames pixels config mixer scenes graph)
+foreach(room IN ITEMS frames config mixer scenes graph)
     set(QDVM_ROOM_DIRS_${room} ${room})
 endforeach()
 

@@ -9,6 +9,7 @@
 #include "pixels/primitives/copy.h"
 #include "pixels/primitives/fill.h"
 #include "pixels/primitives/filters.h"
+#include "pixels/primitives/key.h"
 #include "pixels/primitives/resize.h"
 #include "pixels/primitives/warp.h"
 
@@ -283,6 +284,56 @@ void AddColour(std::vector<PrimitiveCase>* cases) {
     cases->push_back(
         {"RGBToYUV", fourToFour, Call(RGBToYUV), {SLOT(keySpaces.rgbToYuv)}, {1, 1}, true});
     cases->push_back({"YUVToRGB", fourToFour, Call(YUVToRGB), {}, {1, 1}, true});
+}
+
+void AddKeys(std::vector<PrimitiveCase>* cases) {
+    struct Kind {
+        const char* name;
+        Sample delta[3];
+        std::int32_t softness;
+    };
+    const Kind kinds[] = {{" of a wide ellipsoid", {70, 40, 90}, 60},
+                          {" of one channel", {1, 255, 255}, 1000},
+                          {" of a point", {0, 0, 0}, 0}};
+    const Sample centre[3] = {40, 200, 255};
+    for (const Kind& kind : kinds) {
+        const KeyEllipsoid ellipsoid = MakeKeyEllipsoid(centre, kind.delta, kind.softness);
+        cases->push_back({std::string("KeyDistance") + kind.name,
+                          {Read(Pixels(4)), Write(Pixels(1))},
+                          [ellipsoid](const Views& v, ImageSize s) {
+                              return KeyDistance_8u_AC4C1R(v[0].data, v[0].stride, v[1].data,
+                                                           v[1].stride, s, ellipsoid);
+                          },
+                          {SLOT(keys.distance)}});
+    }
+    const Sample middle[3] = {128, 128, 128};
+    const KeyEllipsoid cut = MakeKeyEllipsoid(middle, kinds[0].delta, 30);
+    cases->push_back({"KeyCut",
+                      {Read(Pixels(4)), Change(Pixels(1))},
+                      [cut](const Views& v, ImageSize s) {
+                          return KeyCut_8u_AC4C1R(v[0].data, v[0].stride, v[1].data, v[1].stride, s,
+                                                  cut, KeyReach(cut, 0));
+                      },
+                      {SLOT(keys.cut)}});
+    cases->push_back({"HalveAcross",
+                      {Read(Pixels(2)), Write(Pixels(1))},
+                      [](const Views& v, ImageSize s) {
+                          return HalveAcross_8u_C1R(v[0].data, v[0].stride, v[1].data, v[1].stride,
+                                                    s);
+                      },
+                      {SLOT(keys.halve)}});
+    const SpillMatrix matrices[] = {
+        {{-25, 100, -25, 100}, {145, -74, 145, -94}, {-10, 60, -10, 60}, {0, 128, 0, 128}},
+        {{32767, -32768, 200, -300}, {-112, 112, 235, 16}, {-32768, 32767, 400, 4}, {128, 0, 0, 9}},
+    };
+    for (const SpillMatrix& matrix : matrices)
+        cases->push_back({&matrix == matrices ? "SpillMatrix" : "SpillMatrix at its limits",
+                          {Change(Pixels(4)), Read(Pixels(1))},
+                          [matrix](const Views& v, ImageSize s) {
+                              return SpillMatrix_8u_C4IR(v[0].data, v[0].stride, v[1].data,
+                                                         v[1].stride, s, matrix);
+                          },
+                          {SLOT(keys.spillMatrix)}});
 }
 
 void AddFilters(std::vector<PrimitiveCase>* cases) {
@@ -562,6 +613,7 @@ std::vector<PrimitiveCase> MakeCases() {
     AddOrders(&cases);
     AddPacked(&cases);
     AddColour(&cases);
+    AddKeys(&cases);
     AddFilters(&cases);
     AddArithmetic(&cases);
     AddBlends(&cases);

@@ -23,6 +23,7 @@ RowForms MakePlain() {
     forms.colour = kColourRowsPlain;
     forms.colour709 = kColour709RowsPlain;
     forms.keySpaces = kKeySpaceRowsPlain;
+    forms.keys = kKeyRowsPlain;
     forms.filters = kFilterRowsPlain;
     forms.blends = kBlendRowsPlain;
     forms.resize = kResizeRowsPlain;

@@ -136,6 +136,19 @@ struct ResizeRows {
                                std::int32_t n);
 };
 
+struct KeyEllipsoid;
+struct SpillMatrix;
+
+// The chroma key; key.h has the arithmetic.
+struct KeyRows {
+    void (*distance)(const Sample* src, Sample* dst, std::int32_t n, const KeyEllipsoid& ellipsoid);
+    void (*cut)(const Sample* src, Sample* dst, std::int32_t n, const KeyEllipsoid& ellipsoid,
+                std::int32_t reach);
+    void (*halve)(const Sample* src, Sample* dst, std::int32_t n);
+    void (*spillMatrix)(Sample* packed, const Sample* amount, std::int32_t groups,
+                        const SpillMatrix& matrix);
+};
+
 struct WarpLine;
 
 struct WarpRows {
@@ -152,6 +165,7 @@ struct RowForms {
     ColourRows colour;
     Colour709Rows colour709;
     KeySpaceRows keySpaces;
+    KeyRows keys;
     FilterRows filters;
     BlendRows blends;
     ResizeRows resize;
@@ -173,6 +187,7 @@ extern const PackedRows kPackedRowsPlain;
 extern const ColourRows kColourRowsPlain;
 extern const Colour709Rows kColour709RowsPlain;
 extern const KeySpaceRows kKeySpaceRowsPlain;
+extern const KeyRows kKeyRowsPlain;
 extern const FilterRows kFilterRowsPlain;
 extern const BlendRows kBlendRowsPlain;
 extern const ResizeRows kResizeRowsPlain;

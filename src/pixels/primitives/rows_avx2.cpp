@@ -9,6 +9,7 @@
 #include "pixels/primitives/colour_709_rows_vector.h"
 #include "pixels/primitives/colour_rows_vector.h"
 #include "pixels/primitives/filter_rows_vector.h"
+#include "pixels/primitives/key_rows_vector.h"
 #include "pixels/primitives/key_space_rows_avx2.h"
 #include "pixels/primitives/resize_rows_vector.h"
 #include "pixels/primitives/warp_rows_avx2.h"
@@ -20,6 +21,7 @@ void UseAvx2Rows(RowForms* forms) {
     UseVectorRows(&forms->packed);
     UseVectorRows(&forms->colour);
     UseVectorRows(&forms->colour709);
+    UseVectorRows(&forms->keys);
     UseVectorRows(&forms->filters);
     UseVectorRows(&forms->blends);
     UseVectorRows(&forms->resize);

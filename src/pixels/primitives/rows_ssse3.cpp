@@ -9,6 +9,7 @@
 #include "pixels/primitives/colour_709_rows_vector.h"
 #include "pixels/primitives/colour_rows_vector.h"
 #include "pixels/primitives/filter_rows_vector.h"
+#include "pixels/primitives/key_rows_vector.h"
 #include "pixels/primitives/resize_rows_vector.h"
 
 namespace qdvm {
@@ -18,6 +19,7 @@ void UseSsse3Rows(RowForms* forms) {
     UseVectorRows(&forms->packed);
     UseVectorRows(&forms->colour);
     UseVectorRows(&forms->colour709);
+    UseVectorRows(&forms->keys);
     UseVectorRows(&forms->filters);
     UseVectorRows(&forms->blends);
     UseVectorRows(&forms->resize);

@@ -38,8 +38,12 @@ inline V Add16(V a, V b) { return _mm256_add_epi16(a, b); }
 inline V Sub16(V a, V b) { return _mm256_sub_epi16(a, b); }
 inline V Mul16(V a, V b) { return _mm256_mullo_epi16(a, b); }
 inline V MulHigh16(V a, V b) { return _mm256_mulhi_epu16(a, b); }
+inline V MulHighSigned16(V a, V b) { return _mm256_mulhi_epi16(a, b); }
+inline V MaxSigned16(V a, V b) { return _mm256_max_epi16(a, b); }
 inline V MulRounded16(V a, V b) { return _mm256_mulhrs_epi16(a, b); }
 inline V Add32(V a, V b) { return _mm256_add_epi32(a, b); }
+inline V Sub32(V a, V b) { return _mm256_sub_epi32(a, b); }
+inline V Greater32(V a, V b) { return _mm256_cmpgt_epi32(a, b); }
 inline V AddPairs32(V a, V b) { return _mm256_hadd_epi32(a, b); }
 inline V SumProducts16(V a, V b) { return _mm256_madd_epi16(a, b); }
 inline V SumProducts8(V bytes, V signedBytes) { return _mm256_maddubs_epi16(bytes, signedBytes); }
@@ -50,6 +54,10 @@ inline V Left16(V v) {
 template <int kBits>
 inline V Right16(V v) {
     return _mm256_srli_epi16(v, kBits);
+}
+template <int kBits>
+inline V RightSigned16(V v) {
+    return _mm256_srai_epi16(v, kBits);
 }
 template <int kBits>
 inline V Right32(V v) {
@@ -65,6 +73,7 @@ inline V High8(V a, V b) { return _mm256_unpackhi_epi8(a, b); }
 inline V Low16(V a, V b) { return _mm256_unpacklo_epi16(a, b); }
 inline V High16(V a, V b) { return _mm256_unpackhi_epi16(a, b); }
 inline V Narrow16(V a, V b) { return _mm256_packus_epi16(a, b); }
+inline V NarrowSigned16(V a, V b) { return _mm256_packs_epi16(a, b); }
 inline V Narrow32(V a, V b) { return _mm256_packs_epi32(a, b); }
 inline V Shuffle8(V v, V places) { return _mm256_shuffle_epi8(v, places); }
 inline V EvenPixels(V a, V b) {
@@ -189,6 +198,16 @@ inline V Mirrored(V v, V places) { return Shuffle8(_mm256_permute2x128_si256(v, 
 inline V UnpremultiplyFactors(V alpha) {
     const __m256 exact = _mm256_div_ps(_mm256_set1_ps(65280.0f), _mm256_cvtepi32_ps(alpha));
     return _mm256_cvtps_epi32(_mm256_min_ps(exact, _mm256_set1_ps(32767.0f)));
+}
+inline V RootOver(V v, float divisor) {
+    const __m256 root = _mm256_sqrt_ps(_mm256_max_ps(_mm256_cvtepi32_ps(v), _mm256_setzero_ps()));
+    const __m256 exact = _mm256_div_ps(root, _mm256_set1_ps(divisor));
+    return _mm256_cvtps_epi32(_mm256_min_ps(exact, _mm256_set1_ps(255.0f)));
+}
+inline V FourTimes(const Sample* p) {
+    const V places = _mm256_setr_epi8(0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3,  //
+                                      4, 4, 4, 4, 5, 5, 5, 5, 6, 6, 6, 6, 7, 7, 7, 7);
+    return Shuffle8(FourForEachLane(p), places);
 }
 inline V Equal32(V a, V b) { return _mm256_cmpeq_epi32(a, b); }
 

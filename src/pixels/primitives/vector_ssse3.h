@@ -40,9 +40,13 @@ inline V Add16(V a, V b) { return _mm_add_epi16(a, b); }
 inline V Sub16(V a, V b) { return _mm_sub_epi16(a, b); }
 inline V Mul16(V a, V b) { return _mm_mullo_epi16(a, b); }
 inline V MulHigh16(V a, V b) { return _mm_mulhi_epu16(a, b); }
+inline V MulHighSigned16(V a, V b) { return _mm_mulhi_epi16(a, b); }
+inline V MaxSigned16(V a, V b) { return _mm_max_epi16(a, b); }
 // (a b + 0x4000) >> 15 of signed words.
 inline V MulRounded16(V a, V b) { return _mm_mulhrs_epi16(a, b); }
 inline V Add32(V a, V b) { return _mm_add_epi32(a, b); }
+inline V Sub32(V a, V b) { return _mm_sub_epi32(a, b); }
+inline V Greater32(V a, V b) { return _mm_cmpgt_epi32(a, b); }
 inline V AddPairs32(V a, V b) { return _mm_hadd_epi32(a, b); }
 // Sums of products of neighbours: 16-bit ones to 32 bits, unsigned by signed bytes to 16 bits.
 inline V SumProducts16(V a, V b) { return _mm_madd_epi16(a, b); }
@@ -54,6 +58,10 @@ inline V Left16(V v) {
 template <int kBits>
 inline V Right16(V v) {
     return _mm_srli_epi16(v, kBits);
+}
+template <int kBits>
+inline V RightSigned16(V v) {
+    return _mm_srai_epi16(v, kBits);
 }
 template <int kBits>
 inline V Right32(V v) {
@@ -70,6 +78,7 @@ inline V High8(V a, V b) { return _mm_unpackhi_epi8(a, b); }
 inline V Low16(V a, V b) { return _mm_unpacklo_epi16(a, b); }
 inline V High16(V a, V b) { return _mm_unpackhi_epi16(a, b); }
 inline V Narrow16(V a, V b) { return _mm_packus_epi16(a, b); }
+inline V NarrowSigned16(V a, V b) { return _mm_packs_epi16(a, b); }
 inline V Narrow32(V a, V b) { return _mm_packs_epi32(a, b); }
 inline V Shuffle8(V v, V places) { return _mm_shuffle_epi8(v, places); }
 inline V EvenPixels(V a, V b) {
@@ -174,6 +183,18 @@ inline V Mirrored(V v, V places) { return Shuffle8(v, places); }
 inline V UnpremultiplyFactors(V alpha) {
     const __m128 exact = _mm_div_ps(_mm_set1_ps(65280.0f), _mm_cvtepi32_ps(alpha));
     return _mm_cvtps_epi32(_mm_min_ps(exact, _mm_set1_ps(32767.0f)));
+}
+// sqrt(v) / divisor for 32-bit numbers, 0 below 0, at most 255, to the nearest.
+inline V RootOver(V v, float divisor) {
+    const __m128 root = _mm_sqrt_ps(_mm_max_ps(_mm_cvtepi32_ps(v), _mm_setzero_ps()));
+    return _mm_cvtps_epi32(_mm_min_ps(_mm_div_ps(root, _mm_set1_ps(divisor)), _mm_set1_ps(255.0f)));
+}
+// Each of kVectorBytes / 4 bytes four times.
+inline V FourTimes(const Sample* p) {
+    int four;
+    std::memcpy(&four, p, sizeof(four));
+    const V places = _mm_setr_epi8(0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3);
+    return Shuffle8(_mm_cvtsi32_si128(four), places);
 }
 inline V Equal32(V a, V b) { return _mm_cmpeq_epi32(a, b); }
 

@@ -1,0 +1,145 @@
+#pragma once
+
+// Vector forms of the rows of the chroma key. Included behind a vector_*.h.
+
+#include "pixels/primitives/any_width.h"
+#include "pixels/primitives/forms.h"
+#include "pixels/primitives/key.h"
+
+#include <cstring>
+
+namespace qdvm {
+namespace {
+
+constexpr int kKeyBlock = kVectorBytes / 4;  // pixels of four bytes
+
+// The same four words throughout.
+inline V FourWords(const std::int16_t* words) {
+    std::int16_t all[kVectorBytes / 2];
+    for (int i = 0; i < kVectorBytes / 2; ++i) all[i] = words[i % 4];
+    return Load(all);
+}
+
+// An ellipsoid spread over the words of pixels; the fourth channel weighs nothing.
+struct EllipsoidVectors {
+    V centre;
+    V weights;
+
+    explicit EllipsoidVectors(const KeyEllipsoid& ellipsoid) {
+        std::int16_t words[2][4] = {};
+        std::memcpy(words[0], ellipsoid.centre, sizeof(ellipsoid.centre));
+        std::memcpy(words[1], ellipsoid.weights, sizeof(ellipsoid.weights));
+        centre = FourWords(words[0]);
+        weights = FourWords(words[1]);
+    }
+
+    // Of kKeyBlock pixels, 32 bits each, in order.
+    V Of(V pixels) const {
+        return AddPairs32(Weighed(Low8(pixels, Zero())), Weighed(High8(pixels, Zero())));
+    }
+
+private:
+    V Weighed(V channels) const {
+        const V x = Sub16(channels, centre);
+        return SumProducts16(Right16<1>(Mul16(x, x)), weights);
+    }
+};
+
+// Four vectors of 32-bit numbers of 0 to 255, or of all bits, as bytes in order.
+inline V BytesOfFour(V a, V b, V c, V d) {
+    return InOrderTwice(Narrow16(Narrow32(a, b), Narrow32(c, d)));
+}
+inline V MasksOfFour(V a, V b, V c, V d) {
+    return InOrderTwice(NarrowSigned16(Narrow32(a, b), Narrow32(c, d)));
+}
+
+inline void VectorDistance(const Sample* src, Sample* dst, std::int32_t n,
+                           const KeyEllipsoid& ellipsoid) {
+    const EllipsoidVectors vectors(ellipsoid);
+    const V halfP = All32(ellipsoid.halfP);
+    const auto distances = [&](const Sample* pixels) {
+        return RootOver(Sub32(vectors.Of(Load(pixels)), halfP), ellipsoid.gain);
+    };
+    AnyWidth<kVectorBytes>(
+        n,
+        [&](const Sample* pixels, Sample* to) {
+            Store(to, BytesOfFour(distances(pixels), distances(pixels + kVectorBytes),
+                                  distances(pixels + 2 * kVectorBytes),
+                                  distances(pixels + 3 * kVectorBytes)));
+        },
+        In<4>{src}, Out<1>{dst});
+}
+
+inline void VectorCut(const Sample* src, Sample* dst, std::int32_t n, const KeyEllipsoid& ellipsoid,
+                      std::int32_t reach) {
+    const EllipsoidVectors vectors(ellipsoid);
+    const V limit = All32(reach);
+    const auto inside = [&](const Sample* pixels) {
+        return Greater32(limit, vectors.Of(Load(pixels)));
+    };
+    AnyWidth<kVectorBytes>(
+        n,
+        [&](const Sample* pixels, Sample* to) {
+            const V cut =
+                MasksOfFour(inside(pixels), inside(pixels + kVectorBytes),
+                            inside(pixels + 2 * kVectorBytes), inside(pixels + 3 * kVectorBytes));
+            Store(to, AndNot(cut, Load(to)));
+        },
+        In<4>{src}, InOut<1>{dst});
+}
+
+inline void VectorHalve(const Sample* src, Sample* dst, std::int32_t n) {
+    const auto means = [](V samples) {
+        return Right16<1>(Add16(SumProducts8(samples, All8(1)), All16(1)));
+    };
+    AnyWidth<kVectorBytes>(
+        n,
+        [&](const Sample* from, Sample* to) {
+            Store(to, InOrder(Narrow16(means(Load(from)), means(Load(from + kVectorBytes)))));
+        },
+        In<2>{src}, Out<1>{dst});
+}
+
+// a b, limited to words, >> 7.
+inline V LimitedProduct(V a, V b) {
+    const V low = Mul16(a, b);
+    const V high = MulHighSigned16(a, b);
+    return RightSigned16<7>(Narrow32(Low16(low, high), High16(low, high)));
+}
+
+struct SpillVectors {
+    V subtract, key, scale, zero;
+
+    explicit SpillVectors(const SpillMatrix& matrix)
+        : subtract(FourWords(matrix.subtract)),
+          key(FourWords(matrix.key)),
+          scale(FourWords(matrix.scale)),
+          zero(FourWords(matrix.zero)) {}
+
+    V Corrected(V bytes, V m) const {
+        const V a = LimitedProduct(LimitedProduct(m, subtract), key);
+        const V b = MaxSigned16(Add16(LimitedProduct(m, scale), All16(127)), Zero());
+        return Add16(LimitedProduct(Sub16(Sub16(bytes, zero), a), b), zero);
+    }
+};
+
+inline void VectorSpillMatrix(Sample* packed, const Sample* amount, std::int32_t groups,
+                              const SpillMatrix& matrix) {
+    const SpillVectors vectors(matrix);
+    AnyWidth<kKeyBlock>(
+        groups,
+        [&](Sample* at, const Sample* m) {
+            const V bytes = Load(at);
+            const V amounts = FourTimes(m);
+            Store(at, Narrow16(vectors.Corrected(Low8(bytes, Zero()), Low8(amounts, Zero())),
+                               vectors.Corrected(High8(bytes, Zero()), High8(amounts, Zero()))));
+        },
+        InOut<4>{packed}, In<1>{amount});
+}
+
+inline void UseVectorRows(KeyRows* rows) {
+    *rows = {VectorDistance, VectorCut, VectorHalve, VectorSpillMatrix};
+}
+
+}  // namespace
+}  // namespace qdvm
