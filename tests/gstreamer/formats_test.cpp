@@ -208,6 +208,7 @@ TEST(Formats, LeavesOutAFrameThatIsSmallerThanItsCapsSay) {
     EXPECT_EQ(frames[4].At(16, 0), 103);
     EXPECT_EQ(frames[9].At(16, 0), 109);
     EXPECT_EQ(bad.Count("frames-dropped"), 1u);
+    EXPECT_NE(mix.WaitForWarning().find(GST_PAD_NAME(bad.Pad())), std::string::npos);
 }
 
 // What the mixer knows of a stream's first frame.

@@ -196,15 +196,18 @@ bool MixPipeline::WaitForHealth(const Source& source, const std::string& health)
     return isFound;
 }
 
-std::string MixPipeline::WaitForError() {
+std::string MixPipeline::WaitForText(GstMessageType type) {
     GstBus* bus = gst_element_get_bus(pipeline);
     GstMessage* message = gst_bus_timed_pop_filtered(
-        bus, static_cast<GstClockTime>(kPatience.count()) * GST_SECOND, GST_MESSAGE_ERROR);
+        bus, static_cast<GstClockTime>(kPatience.count()) * GST_SECOND, type);
     gst_object_unref(bus);
     if (!message) return {};
     GError* error = nullptr;
     gchar* details = nullptr;
-    gst_message_parse_error(message, &error, &details);
+    if (type == GST_MESSAGE_ERROR)
+        gst_message_parse_error(message, &error, &details);
+    else
+        gst_message_parse_warning(message, &error, &details);
     const std::string text = std::string(error->message) + ": " + (details ? details : "");
     g_error_free(error);
     g_free(details);

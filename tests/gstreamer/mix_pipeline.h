@@ -87,13 +87,16 @@ public:
 
     // Waits for a message of the element about a pad.
     bool WaitForHealth(const Source& source, const std::string& health);
-    // The text of the first error; empty if none comes in time.
-    std::string WaitForError();
+    // The text of the first error or warning; empty if none comes in time.
+    std::string WaitForError() { return WaitForText(GST_MESSAGE_ERROR); }
+    std::string WaitForWarning() { return WaitForText(GST_MESSAGE_WARNING); }
 
     GstElement* Mixer() const { return mixer; }
     GstElement* Whole() const { return pipeline; }
 
 private:
+    std::string WaitForText(GstMessageType type);
+
     GstElement* pipeline;
     GstElement* mixer;
     GstElement* sink;
