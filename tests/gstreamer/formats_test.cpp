@@ -6,7 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstring>
+#include <set>
 
 namespace qdvm::test {
 namespace {
@@ -151,6 +153,42 @@ TEST(Formats, CarriesFieldOrderThrough) {
     EXPECT_NE(frames[1].flags & guint{GST_VIDEO_BUFFER_FLAG_INTERLACED}, 0u);
     EXPECT_EQ(frames[1].flags & guint{GST_VIDEO_BUFFER_FLAG_TFF}, 0u);
     EXPECT_EQ(frames[1].At(0, 0), 11);
+}
+
+// What comes in is held as long as it may be shown and then let go; what goes out is the mixer's
+// memory, which it gets back.
+TEST(Formats, TakesAndGivesBuffersWithoutCopies) {
+    MixPipeline mix(Caps(16, 16));
+    Source source = mix.Add(Caps(16, 16));
+    std::vector<std::uint8_t> memory(16 * 16 * 4, 50);
+    std::atomic<bool> isFree = false;
+    const auto release = [](gpointer flag) { *static_cast<std::atomic<bool>*>(flag) = true; };
+    source.SendBuffer(
+        gst_buffer_new_wrapped_full(GST_MEMORY_FLAG_READONLY, memory.data(), memory.size(), 0,
+                                    memory.size(), &isFree, release),
+        0);
+    mix.Play();
+    GstElement* sink = gst_bin_get_by_name(GST_BIN(mix.Whole()), "sink");
+    std::set<const void*> places;
+    for (int i = 0; i < 60; ++i) {
+        GstSample* sample = nullptr;
+        g_signal_emit_by_name(sink, "pull-sample", &sample);
+        ASSERT_NE(sample, nullptr);
+        if (i == 0) {
+            EXPECT_FALSE(isFree);
+        }
+        GstMemory* frame = gst_buffer_peek_memory(gst_sample_get_buffer(sample), 0);
+        EXPECT_TRUE(GST_MEMORY_IS_READONLY(frame));  // a copy would be its owner's to write
+        GstMapInfo map;
+        ASSERT_TRUE(gst_memory_map(frame, &map, GST_MAP_READ));
+        places.insert(map.data);
+        gst_memory_unmap(frame, &map);
+        gst_sample_unref(sample);
+        source.Send(60 + i, static_cast<GstClockTime>(i + 1) * kFrame);
+    }
+    gst_object_unref(sink);
+    EXPECT_TRUE(Eventually([&] { return isFree.load(); }));
+    EXPECT_LE(places.size(), 16u);
 }
 
 TEST(Formats, ShowsTheVisiblePartOfALargerBuffer) {
