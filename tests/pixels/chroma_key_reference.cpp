@@ -164,6 +164,10 @@ bool TakesPart(const ChromaKeyEntry& entry, bool isUv) {
 
 void RemoveSpill(Bytes* frame, const FrameDesc& desc, const Picture& picture, const Bytes& space,
                  const ChromaKeySettings& settings, const std::vector<ChromaKeyEntry>& entries) {
+    const bool isUv = settings.nSpillMode == eVMSM_UV;
+    if (std::none_of(entries.begin(), entries.end(),
+                     [=](const ChromaKeyEntry& entry) { return TakesPart(entry, isUv); }))
+        return;
     const bool isPacked =
         desc.fccType == kFccYUY2 || desc.fccType == kFccUYVY || desc.fccType == kFccHDYC;
     const int luma = isPacked && desc.fccType != kFccYUY2 ? 1 : 0;
