@@ -8,8 +8,8 @@
 
 namespace qdvm {
 
-// A mixer: a filter with one free input pin and one output pin. Ask for IBaseFilter to put it into a
-// graph, for IQDVideoMixer to drive it, for IQDVideoMixerStatus to see how its streams do, for
+// A mixer: a filter with one free input pin and one output pin. Ask for IBaseFilter to put it into
+// a graph, for IQDVideoMixer to drive it, for IQDVideoMixerStatus to see how its streams do, for
 // IQDVideoMixerFrames to change things between two frames.
 HRESULT CreateQDVideoMixer(REFIID iid, void** object);
 
