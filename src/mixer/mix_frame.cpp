@@ -227,6 +227,21 @@ HRESULT DrawStream(InputStream& stream, BYTE* target, const VM_VIDEO_PROPS& outP
 
 }  // namespace
 
+void MixerCore::PrepareFrame(InputStream& stream) {
+    constexpr std::int32_t kAlphaOnly = 1;
+    const std::int32_t wanted = stream.settings.inputProcessing;
+    if (wanted == 0) return;
+    SharedLockGuard mix(mixLock, SharedLockGuard::Mode::kShared);
+    const VM_VIDEO_PROPS outProps = outputStage->OutputProps();
+    if (outProps.picProps.fccType == 0) return;
+    ScopedLock guard(stream.streamLock);
+    Picture picture;
+    if (!stream.enabled || Failed(ChoosePicture(stream, &picture)) || !picture.isFrame) return;
+    if (!picture.data || picture.bytes < FrameBytes(stream.frameProps.picProps)) return;
+    stream.pixels.inputProps = stream.frameProps;
+    (void)PrepareStream(stream.pixels, picture.data, outProps, wanted == kAlphaOnly);
+}
+
 HRESULT MixerCore::MixStream(InputStream& stream, BYTE* target, const VM_VIDEO_PROPS& outProps) {
     ScopedLock guard(stream.streamLock);
     const HRESULT result = DrawStream(stream, target, outProps);

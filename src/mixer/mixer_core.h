@@ -185,6 +185,8 @@ private:
     HRESULT FillSample(const MediaFrame& sample, const MediaFrame& inFrame, HRESULT* lastStream);
     HRESULT ComposeFrame(BYTE* target, const VM_VIDEO_PROPS& outProps);
     HRESULT MixStream(InputStream& stream, BYTE* target, const VM_VIDEO_PROPS& outProps);
+    // On the input's thread, as far as its settings say.
+    void PrepareFrame(InputStream& stream);
     void StampFrame(const MediaFrame& sample, const MediaFrame& inFrame, LONG length);
     void KeepLastFrame(const MediaFrame& sample);
     void PaceLostFrame(const MediaFrame& sample);

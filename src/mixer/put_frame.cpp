@@ -38,6 +38,7 @@ void MixerCore::PutFrame(InputStream& stream, const MediaFrame& frame, std::uint
         (void)stream.freeEvent.WaitFor(state == PlayState::kRunning ? kLongestFreeWaitMs
                                                                     : kInfinite);
     if (!stream.StoreFrame(frame, flushesSeen)) return;
+    if (frame) PrepareFrame(stream);
     ScopedLock guard(stream.streamLock);
     // A flush in between has nothing to announce any more.
     if (stream.flushCount != flushesSeen) return;

@@ -80,7 +80,7 @@ MixBlockState StateOf(const VM_MIXING_RECT& rect) {
 }
 
 void StartChange(MixBlock& rect, const MixBlockState& wanted, std::int32_t frames) {
-    rect.lackingStage = nullptr;
+    rect.cannotDraw = false;
     if (frames < 1) {
         rect.target = {};
         rect.step = {};

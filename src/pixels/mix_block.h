@@ -72,7 +72,10 @@ struct MixBlock {
     CBLOBHolder<CVirtualAlloc> rectAlphaFlat;
     bool bProjected = false;
     std::array<PointD, 4> projectedCorners{};
-    const char* lackingStage = nullptr;  // why the rect is not drawn, told to the trace once
+    std::array<PIC_PROPS, 2> keptFor{};  // the formats that the three above are made for
+    bool alphaIsStreams = false;         // the plane holds the stream's own alpha ...
+    std::uint32_t alphaFrame = 0;        // ... of this frame
+    bool cannotDraw = false;             // told to the trace once
 };
 
 }  // namespace qdvm

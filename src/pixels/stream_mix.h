@@ -21,7 +21,10 @@ struct StreamPixels {
     std::vector<MixBlock> rects;
     std::atomic<std::int32_t> fieldPass{0};  // 0 whole frame; 1, 2: only that field is shown
     std::int32_t bARGB32Mix = 1;
-    CBLOBHolder<CVirtualAlloc> streamAlpha;
+    CBLOBHolder<CVirtualAlloc> streamAlpha;  // made for the frame as streamAlphaProps tells
+    PIC_PROPS streamAlphaProps{};
+    const BYTE* drawnFrom = nullptr;  // the frame that all that is derived was made from
+    std::uint32_t frameNumber = 0;    // counts those frames
     CBLOBHolder<CVirtualAlloc> stageBuffers;
     CBLOBHolder<CVirtualAlloc> scratchBuffer;
 
@@ -47,6 +50,12 @@ protected:
 // E_POINTER without frames, the holder's result when working memory can't be had.
 HRESULT MixRects(StreamPixels& stream, const BYTE* frame, BYTE* outFrame,
                  const VM_VIDEO_PROPS& outProps, RectAnimator& animator);
+
+// Does ahead of time what MixRects will find done: the stream's alpha plane and, unless bAlphaOnly,
+// the picture of each rect that stands still. 0: done. 1: there was nothing to do. E_POINTER
+// without a frame, the holder's result when working memory can't be had. Locks as MixRects.
+HRESULT PrepareStream(StreamPixels& stream, const BYTE* frame, const VM_VIDEO_PROPS& outProps,
+                      bool bAlphaOnly);
 
 // Recomputes projectedCorners and bProjected from rect.current and drops what is cached for the
 // rect. False if the projection could not be set up.
