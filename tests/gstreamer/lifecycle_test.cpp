@@ -35,7 +35,6 @@ TEST(Lifecycle, CanBeUsedAgainAfterReady) {
 }
 
 TEST(Lifecycle, EndsAgainAfterAnEndAndReady) {
-    const MixPipeline registers("video/x-raw");
     GstElement* whole = gst_parse_launch(
         "qdvideomixer name=m ! fakesink videotestsrc num-buffers=5 ! m. "
         "videotestsrc num-buffers=5 ! m.",

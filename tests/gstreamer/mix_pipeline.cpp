@@ -10,14 +10,16 @@
 namespace qdvm::test {
 namespace {
 
-// Once for the process.
-void Prepare() {
-    static const bool isReady = [] {
+// Before the first test, whichever runs first.
+class GStreamer : public testing::Environment {
+public:
+    void SetUp() override {
         gst_init(nullptr, nullptr);
-        return RegisterQdVideoMixerElement(nullptr);
-    }();
-    ASSERT_TRUE(isReady);
-}
+        ASSERT_TRUE(RegisterQdVideoMixerElement(nullptr));
+    }
+};
+
+[[maybe_unused]] const auto* const kGStreamer = testing::AddGlobalTestEnvironment(new GStreamer);
 
 Frame ReadFrame(GstSample* sample) {
     Frame frame;
@@ -103,7 +105,6 @@ guint64 Source::Count(const char* property) const {
 }
 
 MixPipeline::MixPipeline(const std::string& outputCaps, const std::string& between) {
-    Prepare();
     const std::string text = "qdvideomixer name=mixer ! " + between + " ! " + outputCaps +
                              " ! appsink name=sink sync=false max-buffers=4";
     GError* error = nullptr;

@@ -38,7 +38,6 @@ TEST(Mix, ShowsTwoStreamsSideBySideAndEndsWithThem) {
 
 // As a user would type it.
 TEST(Mix, ShowsTwoTestSourcesFromADescription) {
-    const MixPipeline registers("video/x-raw");
     GError* error = nullptr;
     GstElement* other = gst_parse_launch(
         "qdvideomixer name=m sink_1::xpos=32 ! videoconvert ! "
