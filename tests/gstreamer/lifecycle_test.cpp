@@ -220,6 +220,15 @@ TEST(Lifecycle, BearsChangesFromOtherThreads) {
         for (int i = 0; i < 200; ++i) {
             second.Place(i % 32, i % 16);
             second.Set("visible", i % 3 != 0);
+            if (i % 4 == 0) g_signal_emit_by_name(mix.Mixer(), "begin-changes");
+            const std::string rect = "rect-" + std::to_string(1 + i % 3);
+            gst_child_proxy_set(GST_CHILD_PROXY(second.Pad()), (rect + "::xpos").c_str(), i % 64,
+                                (rect + "::ypos").c_str(), i % 32, nullptr);
+            if (i % 4 == 2) g_signal_emit_by_name(mix.Mixer(), "commit-changes");
+            gboolean isDone = FALSE;
+            if (i % 10 == 9)
+                g_signal_emit_by_name(mix.Mixer(), "remove-rect", second.Pad(), 2u, &isDone);
+            if (i % 60 == 59) first.Set("zorder", i);
             second.Set("max-wait", 1 + i % 8);
             (void)second.Health();
             (void)second.Count("frames-dropped");
