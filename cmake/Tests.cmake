@@ -65,9 +65,10 @@ set(host_environment
     "GST_REGISTRY_FORK=no"
     "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/leaks.supp")
 if(TARGET qdvm_element)
-    pkg_check_modules(QDVM_GST_CONTROLLER REQUIRED IMPORTED_TARGET gstreamer-controller-1.0)
+    pkg_check_modules(QDVM_GST_TESTING REQUIRED IMPORTED_TARGET
+        gstreamer-check-1.0 gstreamer-controller-1.0)
     qdvm_add_tests(gstreamer gstreamer
-        LINK qdvm_element ${QDVM_ROOM_TARGETS} PkgConfig::QDVM_GST PkgConfig::QDVM_GST_CONTROLLER
+        LINK qdvm_element ${QDVM_ROOM_TARGETS} PkgConfig::QDVM_GST PkgConfig::QDVM_GST_TESTING
         ENVIRONMENT ${host_environment})
 endif()
 if(TARGET qdvm_qdmix)

@@ -4,8 +4,10 @@
 
 #include <qdvideomixer/video_mixer.h>
 
+#include <gst/check/gsttestclock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <thread>
 
@@ -160,6 +162,34 @@ TEST(Lifecycle, AddsItsWaitsToTheLatencyOfLiveInputs) {
     EXPECT_EQ(min, 10 * GST_MSECOND + kFrame + 3 * kFrame + 5 * GST_MSECOND);
     gst_object_unref(pad);
     gst_query_unref(query);
+}
+
+// The clock stands still but where the test moves it.
+TEST(Lifecycle, ALiveOutputThatFallsBehindLeavesFramesOut) {
+    MixPipeline mix(Caps(16, 16));
+    GstClock* clock = gst_test_clock_new_with_start_time(0);
+    gst_pipeline_use_clock(GST_PIPELINE(mix.Whole()), clock);
+    Source source = mix.Add(Caps(16, 16));
+    g_object_set(source.Element(), "is-live", TRUE, nullptr);
+    source.SendMany(5, 10);
+    mix.Play();
+    EXPECT_EQ(mix.PullMany(5).back().pts, 4 * kFrame);
+    constexpr int kLater = 250;
+    gst_test_clock_set_time(GST_TEST_CLOCK(clock), kLater * kFrame);
+    source.SendMany(20, 100, kLater);
+    std::vector<Frame> frames = mix.PullMany(20);
+    guint64 skipped = 0;
+    g_object_get(mix.Mixer(), "frames-skipped", &skipped, nullptr);
+    EXPECT_GT(skipped, 200u);
+    const auto jump = std::ranges::find_if(
+        frames, [](const Frame& f) { return (f.flags & GST_BUFFER_FLAG_DISCONT) != 0; });
+    ASSERT_NE(jump, frames.end());
+    EXPECT_GT(jump->pts, 200 * kFrame);
+    // From there on as before.
+    ExpectContinuous({jump, frames.end()});
+    EXPECT_TRUE(Eventually([&] { return mix.Pull()->At(0, 0) == 119; }));
+    mix.SetState(GST_STATE_NULL);
+    gst_object_unref(clock);
 }
 
 TEST(Lifecycle, TheControlInterfaceActsOnThePadsStream) {
