@@ -36,6 +36,9 @@ foreach(room IN LISTS QDVM_ROOMS)
         qdvm_set_level_flags(${sources})
         add_library(qdvm_${room} OBJECT ${sources})
         target_link_libraries(qdvm_${room} PRIVATE qdvm_internal)
+        if(room STREQUAL "platform")
+            target_link_libraries(qdvm_platform PRIVATE PkgConfig::QDVM_PIXBUF)
+        endif()
         list(APPEND QDVM_ROOM_TARGETS qdvm_${room})
         list(APPEND QDVM_LIBRARY_SOURCES ${sources})
     endif()
@@ -53,7 +56,8 @@ target_include_directories(qdvideomixer PUBLIC
     "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>"
     "$<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/include>"
     "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
-target_link_libraries(qdvideomixer PRIVATE Threads::Threads $<BUILD_INTERFACE:qdvm_flags>)
+target_link_libraries(qdvideomixer PRIVATE
+    Threads::Threads PkgConfig::QDVM_PIXBUF $<BUILD_INTERFACE:qdvm_flags>)
 set_target_properties(qdvideomixer PROPERTIES
     LINKER_LANGUAGE CXX
     VERSION ${PROJECT_VERSION}

@@ -17,7 +17,8 @@ add_library(qdvm_test_support INTERFACE)
 target_include_directories(qdvm_test_support INTERFACE "${PROJECT_SOURCE_DIR}/tests")
 target_compile_definitions(qdvm_test_support INTERFACE
     QDVM_SAMPLES_DIR="${PROJECT_SOURCE_DIR}/samples")
-target_link_libraries(qdvm_test_support INTERFACE qdvm_internal GTest::gtest GTest::gmock)
+target_link_libraries(qdvm_test_support INTERFACE
+    qdvm_internal PkgConfig::QDVM_PIXBUF GTest::gtest GTest::gmock)
 if(support_sources)
     add_library(qdvm_test_helpers STATIC ${support_sources})
     target_link_libraries(qdvm_test_helpers PUBLIC qdvm_test_support)

@@ -22,6 +22,9 @@ HRESULT TouchFileAt(const std::string& path);
 
 bool IsFileAt(const std::string& path);
 
+// False for what is no regular file: directories, pipes, devices.
+bool RegularFileSizeAt(const std::string& path, std::uint64_t* bytes);
+
 // Makes a directory and those above it that are missing.
 HRESULT MakeDirectories(const std::string& path);
 

@@ -201,6 +201,15 @@ bool IsFileAt(const std::string& path) {
     return stat(path.c_str(), &status) == 0 && !S_ISDIR(status.st_mode);
 }
 
+bool RegularFileSizeAt(const std::string& path, std::uint64_t* bytes) {
+    struct stat status = {};
+    if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        return false;
+    }
+    *bytes = static_cast<std::uint64_t>(status.st_size);
+    return true;
+}
+
 HRESULT MakeDirectories(const std::string& path) {
     constexpr mode_t kOwnerOnly = 0700;
     for (std::size_t end = path.find('/', 1);; end = path.find('/', end + 1)) {
