@@ -102,8 +102,11 @@ std::uint64_t Session::NextFrame() const {
 PadHealth Session::MeasureHealth(const PadStream& stream) const {
     if (stream.hasEnded) return PadHealth::kEnded;
     if (stream.isUnlinked) return PadHealth::kLost;
-    if (mode == Mode::kRunning && !stream.isHeld && StatusOf(stream.streamNumber).bLost)
-        return PadHealth::kLost;
+    const VM_STREAM_STATUS now =
+        mode == Mode::kRunning ? StatusOf(stream.streamNumber) : VM_STREAM_STATUS{};
+    // Before the thread that brought the end has come back with it.
+    if (now.bEnded) return PadHealth::kEnded;
+    if (now.bLost && !stream.isHeld) return PadHealth::kLost;
     if (stream.counts.in == 0) return PadHealth::kWaiting;
     const bool isWithFilter = stream.isInReceive || stream.pending;
     const gint64 patience =

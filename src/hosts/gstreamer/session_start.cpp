@@ -406,12 +406,10 @@ bool Session::StartFilter() {
         grid = TimeGrid(FirstTime(), num, den, period);
         wantsRestart = false;
         startDeadline.reset();
+        // With the first frame, when the output's format is settled.
+        backgroundChange = {.kind = Change::Kind::kMoved};
+        anyChange = true;
     }
-    {
-        const Lock lock(mutex);
-        backgroundChange = {};
-    }
-    ApplyBackground(0);
     PushHead();
     return ConnectAndRun(silent);
 }
