@@ -186,6 +186,8 @@ TEST_F(Mixes, NothingItIsMadeFromIsReplaced) {
     expectRefused({Name("a.png"), "-o", film, "--capture", Name("./a.png")}, "it is input 1");
     expectRefused({"-o", film, "--sheet", Name("s.png"), "--capture", Name("s.png")},
                   "it is sheet");
+    expectRefused({"-o", film, "--background", Name("a.png@1"), "--capture", Name("a.png")},
+                  "it is background (");
     EXPECT_EQ(Files(), 2U);
 }
 

@@ -214,6 +214,8 @@ void InstallActions(GType type) {
     (void)g_signal_new_class_handler("remove-rect", type, kAction, G_CALLBACK(RemoveRect), nullptr,
                                      nullptr, nullptr, G_TYPE_BOOLEAN, 2, GST_TYPE_PAD,
                                      G_TYPE_UINT);
+    (void)g_signal_new("before-frame", type, G_SIGNAL_RUN_LAST, 0, nullptr, nullptr, nullptr,
+                       G_TYPE_NONE, 1, G_TYPE_UINT64);
 }
 
 // The number that a name of the form sink_%u carries.

@@ -192,7 +192,8 @@ private:
 
     // session_rects.cpp
     void BeforeFrame(std::uint64_t frame) override;
-    void SyncControlled(std::uint64_t frame);
+    GstClockTime TimeOf(std::uint64_t frame) const;
+    void SyncControlled(GstClockTime time);
     void Mark(Change& change);
     bool IsDue(const Change& change);
     void ApplyChanges(std::uint64_t frame);

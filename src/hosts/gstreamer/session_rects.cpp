@@ -76,7 +76,9 @@ void Session::CommitChanges() {
 
 // On the mixer's thread.
 void Session::BeforeFrame(std::uint64_t frame) {
-    SyncControlled(frame);
+    const GstClockTime time = TimeOf(frame);
+    SyncControlled(time);
+    g_signal_emit_by_name(element, "before-frame", time);
     const std::scoped_lock layout(layoutMutex);
     {
         const Lock lock(mutex);
@@ -87,14 +89,18 @@ void Session::BeforeFrame(std::uint64_t frame) {
     ApplyChanges(frame);
 }
 
+// The stream time of an output frame that is about to be composed.
+GstClockTime Session::TimeOf(std::uint64_t frame) const {
+    const Lock lock(mutex);
+    return segmentTime +
+           (master ? grid.StampOf(0) + static_cast<GstClockTime>(masterPosition) * kNsPerUnit
+                   : grid.StampOf(frame));
+}
+
 // Values that a controller gives for the time of this frame.
-void Session::SyncControlled(std::uint64_t frame) {
-    GstClockTime time = 0;
+void Session::SyncControlled(GstClockTime time) {
     {
         const Lock lock(mutex);
-        time = segmentTime +
-               (master ? grid.StampOf(0) + static_cast<GstClockTime>(masterPosition) * kNsPerUnit
-                       : grid.StampOf(frame));
         for (const auto& stream : streams)
             syncedPads.push_back(GST_OBJECT(gst_object_ref(stream->pad)));
     }

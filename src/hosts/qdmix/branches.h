@@ -12,8 +12,9 @@
 
 namespace qdvm::qdmix {
 
-// A new bin "input-N" with the pad "src", which delivers pictures in the pixel format of the mix at
-// their own size and rate. The first container takes it over.
+// A new bin "input-N" with the pad "src", which delivers pictures in one of the mixer's pixel
+// formats and the colours of the mix, at their own size and rate. The first container takes it
+// over.
 std::optional<Failure> MakeInputBranch(const PlannedInput& input, const Plan& plan,
                                        GstElement*& branch);
 

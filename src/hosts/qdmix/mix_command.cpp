@@ -2,6 +2,7 @@
 
 #include "hosts/qdmix/console.h"
 #include "hosts/qdmix/mix_run.h"
+#include "hosts/qdmix/pictures.h"
 #include "hosts/qdmix/plan.h"
 #include "hosts/qdmix/probe.h"
 #include "hosts/qdmix/written_files.h"
@@ -56,6 +57,9 @@ private:
 
     std::optional<Failure> Prepare() {
         if (auto failure = MakePlan(line, inputs, plan)) {
+            return failure;
+        }
+        if (auto failure = CheckPictures(plan)) {
             return failure;
         }
         if (auto failure = ChooseOutput(line.output, output)) {

@@ -56,7 +56,7 @@ std::optional<Failure> MixRun::Build(const std::filesystem::path& path) {
         return Failure{ExitStatus::kFailed, "", "no mixer", "its element is missing"};
     }
     (void)gst_bin_add(GST_BIN(pipeline.get()), mixer);
-    timeline = std::make_unique<Timeline>(plan, mixer, IsUnhurried());
+    timeline = std::make_unique<Timeline>(plan, mixer);
     for (const PlannedInput& input : plan.inputs) {
         if (auto fault = AddInput(input)) {
             return fault;
@@ -64,12 +64,6 @@ std::optional<Failure> MixRun::Build(const std::filesystem::path& path) {
     }
     SetUpMixer();
     return AddOutput(path);
-}
-
-bool MixRun::IsUnhurried() const {
-    const auto isLive = [](const PlannedInput& input) { return input.spec.IsLive(); };
-    return output.kind != OutputKind::kWindow &&
-           std::none_of(plan.inputs.begin(), plan.inputs.end(), isLive);
 }
 
 std::optional<Failure> MixRun::AddInput(const PlannedInput& input) {
@@ -267,6 +261,10 @@ void MixRun::TakeError(GstMessage* message) {
         found.status = ExitStatus::kOutput;
         found.subject = output.Subject();
     }
+    Fail(std::move(found));
+}
+
+void MixRun::Fail(Failure found) {
     if (!failure) {
         failure = std::move(found);
     }
@@ -278,6 +276,13 @@ void MixRun::TakeWarning(GstMessage* message) {
     gst_message_parse_warning(message, &fault, nullptr);
     const GstHandle<GError> error(fault);
     hooks.onNote(NameOf(GST_MESSAGE_SRC(message)) + ": " + TextOfFault(error.get()));
+    // The mixer itself reads the pictures of backgrounds and masks, and would go on without.
+    const bool isPicture =
+        GST_MESSAGE_SRC(message) == GST_OBJECT(mixer) &&
+        g_error_matches(error.get(), GST_RESOURCE_ERROR, GST_RESOURCE_ERROR_OPEN_READ) != FALSE;
+    if (isPicture) {
+        Fail({ExitStatus::kInput, "", "a picture can't be used", TextOfFault(error.get())});
+    }
 }
 
 void MixRun::TakeHealth(const GstStructure* health) {

@@ -56,8 +56,6 @@ private:
     std::optional<Failure> AddOutput(const std::filesystem::path& path);
     void SetUpMixer();
 
-    // Whether nothing in the mix goes by a clock.
-    bool IsUnhurried() const;
     void Watch();
     void StopWatching();
     void Stop();
@@ -71,6 +69,9 @@ private:
     void TakeWarning(GstMessage* message);
     void TakeHealth(const GstStructure* health);
     void PassStills();
+
+    // Ends the mix with the first failure.
+    void Fail(Failure found);
 
     // The input that an element belongs to, or null.
     const PlannedInput* InputOf(GstObject* object) const;

@@ -118,6 +118,17 @@ std::string CapsText(const PixelFormat& format) {
     return format.colorimetry != nullptr ? caps + ",colorimetry=" + format.colorimetry : caps;
 }
 
+std::string InputCapsText(const PixelFormat& format, bool isFromRgb) {
+    const bool isBt709 =
+        format.colorimetry != nullptr && format.colorimetry == std::string_view("bt709");
+    // Of RGB the mixer makes BT.601.
+    if (isFromRgb && !isBt709) {
+        return "video/x-raw,format={BGR,BGRx,BGRA}";
+    }
+    return std::string("video/x-raw,format={I420,YV12,YUY2,UYVY,YVYU},colorimetry=") +
+           (isBt709 ? "bt709" : "bt601");
+}
+
 std::string EncoderCapsText(const Encoding& encoding, Size mixSize) {
     if (encoding.isFullRange) {
         return "video/x-raw,format=I420,colorimetry=1:4:0:0";

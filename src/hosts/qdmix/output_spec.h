@@ -49,6 +49,10 @@ const PixelFormat* FindPixelFormat(const std::string& name);
 // Caps of the mix: its format, and for YUV its one colour matrix.
 std::string CapsText(const PixelFormat& format);
 
+// Caps of pictures that come into a mix of this format from RGB or from YUV: what the mixer works
+// in without a change of colours. In one caps, RGB would get the matrix that is meant for YUV.
+std::string InputCapsText(const PixelFormat& format, bool isFromRgb);
+
 // Caps of what the encoder of a file is given.
 std::string EncoderCapsText(const Encoding& encoding, Size mixSize);
 

@@ -15,60 +15,6 @@ Failure NoSense(const PlannedInput& input, std::string what, std::string why) {
     return {ExitStatus::kUsage, input.spec.Subject(), std::move(what), std::move(why)};
 }
 
-std::optional<Failure> CheckFormat(const std::string& name) {
-    if (name == "ARGB32") {
-        return Failure{ExitStatus::kUsage, "--format ARGB32", "can't be drawn",
-                       "pictures with alpha would have to be blended; RGB32 is without"};
-    }
-    return std::nullopt;
-}
-
-// What the mixer can draw: pictures at their own size that cover what lies below them. Others it
-// leaves out, which nobody would expect of a command that reports success.
-std::optional<Failure> CheckDrawn(const PlannedInput& input, const RectValues& rect) {
-    if (rect.target.size != rect.source.size) {
-        return NoSense(input, "can't be drawn at " + TextOf(rect.target.size),
-                       "pictures are drawn at their own size, " + TextOf(rect.source.size));
-    }
-    RectValues plain = rect;
-    plain.border = {};
-    plain.flip = {};
-    plain.mask.clear();
-    plain.turn = {};
-    const bool isHalf = rect.alpha > 0 && rect.alpha < 1;
-    if (isHalf || plain != rect || input.rects.size() > 1) {
-        return NoSense(input, "can't be drawn like this",
-                       "pictures are drawn once, opaque and without border, flip, mask and turn");
-    }
-    return std::nullopt;
-}
-
-std::optional<Failure> CheckDrawn(const PlannedInput& input) {
-    for (const PlannedRect& rect : input.rects) {
-        auto failure = CheckDrawn(input, rect.first);
-        for (std::size_t i = 0; !failure && i < rect.moves.size(); ++i) {
-            failure = CheckDrawn(input, rect.moves[i].to);
-        }
-        if (failure) {
-            return failure;
-        }
-    }
-    return std::nullopt;
-}
-
-std::optional<Failure> CheckPictures(const CommandLine& line) {
-    const auto isPicture = [](const BackgroundChange& change) {
-        return !change.to.picture.empty();
-    };
-    const std::vector<BackgroundChange>& changes = line.backgroundChanges;
-    if (line.background.picture.empty() &&
-        std::none_of(changes.begin(), changes.end(), isPicture)) {
-        return std::nullopt;
-    }
-    return Failure{ExitStatus::kUsage, "--background", "can't be drawn",
-                   "a background is a colour or none"};
-}
-
 std::optional<Failure> CheckSeen(const PlannedInput& input, Size size) {
     const auto isSeen = [&](const PlannedRect& rect) { return IsEverSeen(rect, size); };
     if (std::none_of(input.rects.begin(), input.rects.end(), isSeen)) {
@@ -96,7 +42,7 @@ std::optional<Failure> PlanInput(const OpenedInput& opened, PlannedInput& input)
             return failure;
         }
     }
-    return CheckDrawn(input);
+    return std::nullopt;
 }
 
 Size SizeOfTargets(const std::vector<PlannedInput>& inputs) {
@@ -191,12 +137,6 @@ Rate Plan::FastestRate() const { return FastestRateOf(inputs, rate); }
 std::optional<Failure> MakePlan(const CommandLine& line, const std::vector<OpenedInput>& inputs,
                                 Plan& plan) {
     plan = {};
-    if (auto failure = CheckFormat(line.format)) {
-        return failure;
-    }
-    if (auto failure = CheckPictures(line)) {
-        return failure;
-    }
     for (const OpenedInput& opened : inputs) {
         PlannedInput input;
         if (auto failure = PlanInput(opened, input)) {

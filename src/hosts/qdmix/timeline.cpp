@@ -3,17 +3,13 @@
 #include "hosts/qdmix/mixer_settings.h"
 
 #include <algorithm>
-#include <chrono>
 #include <utility>
 
 namespace qdvm::qdmix {
 
 namespace {
 
-// Longer than a frame can take where the mix doesn't stand still.
-constexpr std::chrono::seconds kChangeTimeLimit{2};
-
-constexpr std::int64_t kRounding = 1000;
+constexpr std::int64_t kRounding = 1000;  // nanoseconds, of frame times
 
 constexpr auto kWatched =
     static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM);
@@ -28,16 +24,14 @@ std::int64_t Period(Rate rate) {
 
 }  // namespace
 
-Timeline::Timeline(const Plan& thePlan, GstElement* theMixer, bool exact)
-    : plan(thePlan),
-      mixer(theMixer),
-      isExact(exact),
-      period(Period(plan.rate)),
-      gate(plan.inputs.size()) {
+Timeline::Timeline(const Plan& thePlan, GstElement* theMixer)
+    : plan(thePlan), mixer(theMixer), period(Period(plan.rate)), gate(plan.inputs.size()) {
     end = plan.duration.value_or(kNoEnd);
+    frameHandler = g_signal_connect(mixer, "before-frame", G_CALLBACK(OnBeforeFrame), this);
 }
 
 Timeline::~Timeline() {
+    g_signal_handler_disconnect(mixer, frameHandler);
     if (patience != 0) {
         (void)g_source_remove(patience);
     }
@@ -109,7 +103,6 @@ GstPadProbeReturn Timeline::TakeInputFrame(Input& input, GstBuffer* frame) {
                                     ? static_cast<std::int64_t>(GST_BUFFER_DURATION(frame))
                                     : Period(input.plan->probed.rate);
     input.end = static_cast<std::int64_t>(start) + length;
-    MakeChanges(static_cast<std::int64_t>(start));
     return GST_PAD_PROBE_OK;
 }
 
@@ -137,30 +130,15 @@ void Timeline::EndInput(Input& input) {
     }
 }
 
-// Whichever input comes first to a time makes the changes of that time: the mixer composes in step
-// with its inputs, while its output may lie some frames back in a queue.
-void Timeline::MakeChanges(std::int64_t now) {
-    std::unique_lock lock(mutex);
-    while (const PlannedChange* due = NextDue(now)) {
-        const std::int64_t first = due->span.start;
-        if (isExact) {
-            // This input holds back the frame at which the change begins until those before it are
-            // through, so that the change begins with the same frame each time.
-            const auto isThrough = [&] { return time + kRounding >= first || isReleased; };
-            (void)delivered.wait_for(lock, kChangeTimeLimit, isThrough);
-        }
-        // Another input may have made it meanwhile.
-        if (NextDue(now) == due) {
-            ++changesMade;
-            Make(*due);
-        }
+// A change begins with the first frame of its time, and that frame shows it.
+void Timeline::OnBeforeFrame(GstElement*, guint64 frameTime, gpointer data) {
+    Timeline& timeline = *static_cast<Timeline*>(data);
+    const std::vector<PlannedChange>& changes = timeline.plan.changes;
+    const std::int64_t now = static_cast<std::int64_t>(frameTime) + kRounding;
+    while (timeline.changesMade < changes.size() &&
+           changes[timeline.changesMade].span.start <= now) {
+        timeline.Make(changes[timeline.changesMade++]);
     }
-}
-
-const PlannedChange* Timeline::NextDue(std::int64_t now) const {
-    const bool isDue =
-        changesMade < plan.changes.size() && plan.changes[changesMade].span.start <= now;
-    return isDue ? &plan.changes[changesMade] : nullptr;
 }
 
 void Timeline::Make(const PlannedChange& change) {
@@ -201,7 +179,6 @@ GstPadProbeReturn Timeline::TakeOutputFrame(GstBuffer* frame) {
     KeepStills(frame, start + period);
     const std::lock_guard lock(mutex);
     time = start + period;
-    delivered.notify_all();
     return GST_PAD_PROBE_OK;
 }
 
@@ -236,12 +213,7 @@ void Timeline::SendEnd() {
     }
 }
 
-void Timeline::Release() {
-    gate.OpenForGood();
-    const std::lock_guard lock(mutex);
-    isReleased = true;
-    delivered.notify_all();
-}
+void Timeline::Release() { gate.OpenForGood(); }
 
 void Timeline::FinishNow() {
     end = 0;

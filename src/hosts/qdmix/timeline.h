@@ -8,7 +8,6 @@
 #include "hosts/qdmix/start_gate.h"
 
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
 #include <limits>
 #include <memory>
@@ -22,8 +21,7 @@ namespace qdvm::qdmix {
 // pipeline, the latter while the pipeline is stopped; the rest from any thread.
 class Timeline {
 public:
-    // `exact`: a change may hold its input back until the frames before it have left the mixer.
-    Timeline(const Plan& thePlan, GstElement* theMixer, bool exact);
+    Timeline(const Plan& thePlan, GstElement* theMixer);
     ~Timeline();
     Timeline(const Timeline&) = delete;
     Timeline& operator=(const Timeline&) = delete;
@@ -68,8 +66,7 @@ private:
     GstPadProbeReturn TakeInputFrame(Input& input, GstBuffer* frame);
     void CutInput(Input& input);
     void EndInput(Input& input);
-    void MakeChanges(std::int64_t now);
-    const PlannedChange* NextDue(std::int64_t now) const;
+    static void OnBeforeFrame(GstElement* mixer, guint64 frameTime, gpointer timeline);
     void Make(const PlannedChange& change);
     GstPadProbeReturn TakeOutputFrame(GstBuffer* frame);
     void KeepStills(GstBuffer* frame, std::int64_t frameEnd);
@@ -79,17 +76,16 @@ private:
 
     const Plan& plan;
     GstElement* mixer;
-    bool isExact;
     std::int64_t period;
     StartGate gate;
     std::vector<std::unique_ptr<Input>> inputs;
-    GstPad* output = nullptr;  // belongs to the mixer
-    guint patience = 0;        // source of the main loop
+    GstPad* output = nullptr;     // belongs to the mixer
+    guint patience = 0;           // source of the main loop
+    gulong frameHandler = 0;      // of the mixer's signal
+    std::size_t changesMade = 0;  // the thread that composes only
 
     mutable std::mutex mutex;
-    std::condition_variable delivered;
     bool isReleased = false;                   // guarded by mutex
-    std::size_t changesMade = 0;               // guarded by mutex
     std::size_t stillsKept = 0;                // guarded by mutex
     std::vector<GstHandle<GstSample>> stills;  // guarded by mutex
     std::size_t lastingInputs = 0;  // with an end that has not come yet; guarded by mutex

@@ -1,5 +1,6 @@
 #include "hosts/qdmix/written_files.h"
 
+#include "hosts/qdmix/pictures.h"
 #include "hosts/qdmix/png.h"
 #include "hosts/qdmix/sheet.h"
 
@@ -13,11 +14,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct NamedFile {
-    std::string subject;
-    std::string name;
-};
-
 // Also for names of which nothing is there yet.
 bool IsSameFile(const std::string& one, const std::string& other) {
     std::error_code error;
@@ -30,20 +26,11 @@ bool IsSameFile(const std::string& one, const std::string& other) {
 
 // What the mix is made from.
 std::vector<NamedFile> FilesRead(const Plan& plan) {
-    std::vector<NamedFile> files;
+    std::vector<NamedFile> files = PicturesOf(plan);
     for (const PlannedInput& input : plan.inputs) {
         if (input.spec.kind == InputKind::kFile) {
             files.push_back({input.spec.Subject(), input.spec.locator});
         }
-        for (const PlannedRect& rect : input.rects) {
-            if (!IsBuiltInMask(rect.first.mask)) {
-                files.push_back({"the mask of " + input.spec.Subject(), rect.first.mask});
-            }
-        }
-    }
-    files.push_back({"the background", plan.background.picture});
-    for (const PlannedChange& change : plan.changes) {
-        files.push_back({"a background", change.background.picture});
     }
     return files;
 }
@@ -56,7 +43,7 @@ std::optional<Failure> WrittenFiles::CheckNames(const Plan& plan, const std::str
     const auto take = [&](const std::string& subject,
                           const std::string& name) -> std::optional<Failure> {
         for (const NamedFile& other : taken) {
-            if (!other.name.empty() && IsSameFile(other.name, name)) {
+            if (IsSameFile(other.file, name)) {
                 return Failure{ExitStatus::kOutput, subject, "can't be written",
                                "it is " + other.subject};
             }

@@ -1,0 +1,61 @@
+#include "hosts/qdmix/pictures.h"
+
+#include <filesystem>
+#include <fstream>
+#include <system_error>
+
+namespace qdvm::qdmix {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// Why a file can't be read, or nothing.
+std::string FaultOf(const std::string& file) {
+    std::error_code error;
+    const fs::file_status status = fs::status(file, error);
+    if (!fs::exists(status)) {
+        return "no such file";
+    }
+    if (!fs::is_regular_file(status)) {
+        return "it is no file";
+    }
+    return std::ifstream(file, std::ios::binary) ? "" : "no permission to read it";
+}
+
+void AddBackground(const Background& background, std::vector<NamedFile>& pictures) {
+    if (!background.picture.empty()) {
+        pictures.push_back({"background (" + background.picture + ")", background.picture});
+    }
+}
+
+}  // namespace
+
+std::vector<NamedFile> PicturesOf(const Plan& plan) {
+    std::vector<NamedFile> pictures;
+    AddBackground(plan.background, pictures);
+    for (const PlannedChange& change : plan.changes) {
+        AddBackground(change.background, pictures);
+    }
+    for (const PlannedInput& input : plan.inputs) {
+        for (const PlannedRect& rect : input.rects) {
+            if (!IsBuiltInMask(rect.first.mask)) {
+                pictures.push_back(
+                    {input.spec.Subject() + ": mask (" + rect.first.mask + ")", rect.first.mask});
+            }
+        }
+    }
+    return pictures;
+}
+
+std::optional<Failure> CheckPictures(const Plan& plan) {
+    for (const NamedFile& picture : PicturesOf(plan)) {
+        if (std::string fault = FaultOf(picture.file); !fault.empty()) {
+            return Failure{ExitStatus::kInput, picture.subject, "can't be opened",
+                           std::move(fault)};
+        }
+    }
+    return std::nullopt;
+}
+
+}  // namespace qdvm::qdmix
