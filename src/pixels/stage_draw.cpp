@@ -126,11 +126,20 @@ void StageChain::Blend(const Plane& plane, BYTE* outFrame) {
 }
 
 // ARGB32 is composited by the pixels' own fourth bytes. Where the rect has opacity or a mask beside
-// them, the plane, which holds all factors, takes their place first, in a copy.
+// them, or the stream is keyed, the plane, which holds all factors, takes their place first, in a
+// copy. The plane of a key can also rule alone.
 void StageChain::MixThroughPlane(const BYTE* source, const BYTE* plane, bool isOwn, BYTE* outFrame,
                                  const ImgRect& sourceRect, const ImgRect& targetRect) {
     const TraceTimer timer("[Alpha Mix]");
-    if (S.fccType == kFccARGB32 && isOwn) {
+    const bool isKeyed = stream.key.IsKeyed();
+    if (S.fccType == kFccARGB32 && isKeyed && !stream.bARGB32Mix) {
+        PIC_PROPS from = S;
+        PIC_PROPS to = plan.output;
+        from.fccType = to.fccType = kFccRGB32;
+        (void)Img_MixPlane(source, plane, outFrame, &from, &to, false, &sourceRect, &targetRect);
+        return;
+    }
+    if (S.fccType == kFccARGB32 && (isOwn || isKeyed)) {
         BYTE* const copy = SliceAt(kBordered);
         if (!copy) return;
         if (copy != source && Img_CopyRect(source, copy, &S, &S, &sourceRect, &sourceRect) != S_OK)

@@ -13,8 +13,11 @@ namespace qdvm {
 // those of the picture that the stages work on, which is what the frame is converted to.
 PIC_PROPS StreamAlphaProps(const StreamPixels& stream, const VM_VIDEO_PROPS& out);
 
-// Makes the plane if the stream has one and it is not made for this frame yet: the fourth bytes of
-// an ARGB32 frame.
-HRESULT MakeStreamAlpha(StreamPixels& stream, const BYTE* frame, const VM_VIDEO_PROPS& out);
+// Makes the plane if the stream has one and it is not made for this frame yet: by its key, or
+// without one from the fourth bytes of an ARGB32 frame. A format that can't be keyed is shown
+// whole, and the trace is told once. Frames belong to others and are only read: where the light of
+// the backdrop is removed *frame becomes a picture of the stream's own. 0: made. 1: there is none,
+// or it was there. Else why there is none, or none that is keyed.
+HRESULT MakeStreamAlpha(StreamPixels& stream, const VM_VIDEO_PROPS& out, const BYTE** frame);
 
 }  // namespace qdvm

@@ -50,7 +50,7 @@ HRESULT MixRects(StreamPixels& stream, const BYTE* frame, BYTE* outFrame,
     const std::uint32_t sliceBytes = SliceBytes(stream.inputProps, outProps);
     const HRESULT taken = TakeFrame(stream, frame, sliceBytes);
     if (Failed(taken)) return taken;
-    (void)MakeStreamAlpha(stream, frame, outProps);
+    (void)MakeStreamAlpha(stream, outProps, &frame);
     for (std::size_t i = 0; i < stream.rects.size();) {
         const RectAnimator::Outcome outcome = animator.StepRect(i);
         if (outcome == RectAnimator::Outcome::kStreamClosed) return S_FALSE;
@@ -75,7 +75,7 @@ HRESULT PrepareStream(StreamPixels& stream, const BYTE* frame, const VM_VIDEO_PR
     const std::uint32_t sliceBytes = SliceBytes(stream.inputProps, outProps);
     const HRESULT taken = TakeFrame(stream, frame, sliceBytes);
     if (Failed(taken)) return taken;
-    HRESULT result = MakeStreamAlpha(stream, frame, outProps) == S_OK ? S_OK : S_FALSE;
+    HRESULT result = MakeStreamAlpha(stream, outProps, &frame) == S_OK ? S_OK : S_FALSE;
     if (bAlphaOnly) return result;
     for (MixBlock& rect : stream.rects) {
         if (!StandsStill(rect) || !(rect.current[kAlpha] > 0)) continue;

@@ -4,6 +4,7 @@
 
 #include "frames/blob_holder.h"
 #include "pixels/mix_block.h"
+#include "pixels/stream_key.h"
 
 #include <qdvideomixer/object.h>
 #include <qdvideomixer/video_props.h>
@@ -20,7 +21,9 @@ struct StreamPixels {
     VM_VIDEO_PROPS inputProps{};  // of the frame that is drawn
     std::vector<MixBlock> rects;
     std::atomic<std::int32_t> fieldPass{0};  // 0 whole frame; 1, 2: only that field is shown
+    // Of keyed streams in ARGB32: the plane becomes the fourth bytes; else it stands alone.
     std::int32_t bARGB32Mix = 1;
+    StreamKey key;
     CBLOBHolder<CVirtualAlloc> streamAlpha;  // made for the frame as streamAlphaProps tells
     PIC_PROPS streamAlphaProps{};
     const BYTE* drawnFrom = nullptr;  // the frame that all that is derived was made from

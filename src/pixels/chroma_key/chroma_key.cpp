@@ -13,6 +13,7 @@
 #include <qdvideomixer/graph_results.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <limits>
 
 namespace qdvm {
@@ -165,15 +166,21 @@ std::int32_t KeyPlaneStride(const FrameDesc& desc) {
 HRESULT CK_GetAlphaKeyEx3(BYTE* frame, BYTE* plane, const FrameDesc* desc,
                           const ChromaKeySettings* settings, CBLOBHolder<CVirtualAlloc>* working) {
     if (!frame || !plane || !desc || !settings) return E_POINTER;
-    if (settings->keyType < eVMK_RGB || settings->keyType > eVMK_YUV) return S_FALSE;
-    if (!IsPossible(*desc)) return E_INVALIDARG;
     const std::int32_t stride = KeyPlaneStride(*desc);
-    if (stride < desc->nWidth) return VFW_E_INVALIDSUBTYPE;
+    return KeyIntoPlane(frame, plane, stride, *desc, *settings, working);
+}
 
-    const KeyPicture picture{frame, desc->fccType, desc->nRowBytes,
-                             plane, stride,        {desc->nWidth, AbsHeight(desc->nHeight)}};
-    const KeyPlan plan = MakeKeyPlan(*settings, LumaOf(desc->fccType));
-    if (!plan.hasKey) (void)Set_8u_C1R(255, plane, stride, picture.size);
+HRESULT KeyIntoPlane(BYTE* frame, BYTE* plane, std::ptrdiff_t planeStride, const FrameDesc& desc,
+                     const ChromaKeySettings& settings, CBLOBHolder<CVirtualAlloc>* working) {
+    if (settings.keyType < eVMK_RGB || settings.keyType > eVMK_YUV) return S_FALSE;
+    if (!IsPossible(desc)) return E_INVALIDARG;
+    if (FindFormatByFourCC(desc.fccType) < 0) return VFW_E_INVALIDSUBTYPE;
+    if (std::abs(planeStride) < desc.nWidth) return E_INVALIDARG;
+
+    const KeyPicture picture{frame, desc.fccType, desc.nRowBytes,
+                             plane, planeStride,  {desc.nWidth, AbsHeight(desc.nHeight)}};
+    const KeyPlan plan = MakeKeyPlan(settings, LumaOf(desc.fccType));
+    if (!plan.hasKey) (void)Set_8u_C1R(255, plane, planeStride, picture.size);
     if (!plan.hasKey && plan.spills == 0) return S_FALSE;
 
     CBLOBHolder<CVirtualAlloc> own;
@@ -183,8 +190,8 @@ HRESULT CK_GetAlphaKeyEx3(BYTE* frame, BYTE* plane, const FrameDesc* desc,
     const HRESULT result = block.Resize(static_cast<std::uint32_t>(bytes));
     if (Failed(result)) return result;
     BYTE* const memory = block.At(0);
-    if (settings->bInterlaced != 0) return KeyFields(picture, *settings, plan, memory);
-    return KeyOnePicture(picture, *settings, plan, memory);
+    if (settings.bInterlaced != 0) return KeyFields(picture, settings, plan, memory);
+    return KeyOnePicture(picture, settings, plan, memory);
 }
 
 HRESULT KeyDistance(BYTE* out, const BYTE* picture, std::uint32_t colour, std::uint32_t delta,

@@ -8,6 +8,7 @@
 #include <qdvideomixer/chroma_key.h>
 #include <qdvideomixer/object.h>
 
+#include <cstddef>
 #include <cstdint>
 
 namespace qdvm {
@@ -32,6 +33,10 @@ std::int32_t KeyPlaneStride(const FrameDesc& desc);
 // unsmoothed one.
 HRESULT CK_GetAlphaKeyEx3(BYTE* frame, BYTE* plane, const FrameDesc* desc,
                           const ChromaKeySettings* settings, CBLOBHolder<CVirtualAlloc>* working);
+
+// The same for a plane whose rows are planeStride bytes apart, at least nWidth in either direction.
+HRESULT KeyIntoPlane(BYTE* frame, BYTE* plane, std::ptrdiff_t planeStride, const FrameDesc& desc,
+                     const ChromaKeySettings& settings, CBLOBHolder<CVirtualAlloc>* working);
 
 // The plane of one ellipsoid, before the threshold: 0 inside, growing with the root of the
 // distance, 255 from about `softness` channel steps outside. `picture` has four bytes for each
