@@ -145,6 +145,7 @@ HRESULT InputStream::BuildLostPicture(eVM_LostShow show) {
     if (show == eVMLS_Black) colour = 0xFF000000u;
     if (show == eVMLS_White) colour = 0xFFFFFFFFu;
     lostPicture.Clear();
+    pixels.DropDerived();
     if (!colour) {
         if (show != eVMLS_Bars && show != eVMLS_Prepared) return S_OK;
         Trace("[Lost picture] no stages to make colour bars");

@@ -72,10 +72,10 @@ struct MixBlock {
     CBLOBHolder<CVirtualAlloc> rectAlphaFlat;
     bool bProjected = false;
     std::array<PointD, 4> projectedCorners{};
-    std::array<PIC_PROPS, 2> keptFor{};  // the formats that the three above are made for
-    bool alphaIsStreams = false;         // the plane holds the stream's own alpha ...
-    std::uint32_t alphaFrame = 0;        // ... of this frame
-    bool cannotDraw = false;             // told to the trace once
+    std::array<VM_VIDEO_PROPS, 2> keptFor{};  // what the three above are made for: in and out
+    bool alphaIsStreams = false;              // the plane holds the stream's own alpha ...
+    std::uint32_t alphaFrame = 0;             // ... of this frame
+    bool cannotDraw = false;                  // told to the trace once
 };
 
 }  // namespace qdvm

@@ -131,13 +131,6 @@ bool StageChain::MakePicture() {
     if (Is16BitRGB(plan.output.fccType) &&
         (plan.bResample || plan.bFlip() || plan.bBlend || rect.bProjected))
         return false;
-    // What was kept for other formats is of no use.
-    if (rect.keptFor[0] != stream.inputProps.picProps || rect.keptFor[1] != plan.output) {
-        rect.rectCache.Clear();
-        rect.rectAlpha.Clear();
-        rect.rectAlphaFlat.Clear();
-        rect.keptFor = {stream.inputProps.picProps, plan.output};
-    }
     const std::uint32_t mark = rect.rectCache.Used();
     const bool isNeeded = plan.HasPictureStage();
     if (isNeeded) {

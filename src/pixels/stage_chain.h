@@ -54,7 +54,7 @@ private:
 
     struct Plane {
         const BYTE* rows = nullptr;  // top line first, rows as long as those of the picture
-        bool isOwn = false;          // the rect's, not just the stream's
+        bool isOwn = false;          // says other than the pixels' own fourth bytes
     };
 
     bool MoveUp();
@@ -68,7 +68,8 @@ private:
     HRESULT MakePlane(Plane* plane);
     bool BuildPlane(BYTE* plane, bool hasStream, bool hasMask);
     bool TakeStreamAlpha(BYTE* plane, const PIC_PROPS& props);
-    void MultiplyMask(BYTE* plane, const PIC_PROPS& props);
+    bool ScaleMask(BYTE* plane, const PIC_PROPS& props);
+    bool MultiplyMask(BYTE* plane, const PIC_PROPS& props);
     void MultiplyOpacity(BYTE* plane, const PIC_PROPS& props);
     PIC_PROPS PlaneProps() const;
     ImgRect MaskRect() const;

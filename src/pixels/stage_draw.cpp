@@ -131,15 +131,15 @@ void StageChain::Blend(const Plane& plane, BYTE* outFrame) {
 void StageChain::MixThroughPlane(const BYTE* source, const BYTE* plane, bool isOwn, BYTE* outFrame,
                                  const ImgRect& sourceRect, const ImgRect& targetRect) {
     const TraceTimer timer("[Alpha Mix]");
-    const bool isKeyed = stream.key.IsKeyed();
-    if (S.fccType == kFccARGB32 && isKeyed && !stream.bARGB32Mix) {
-        PIC_PROPS from = S;
-        PIC_PROPS to = plan.output;
-        from.fccType = to.fccType = kFccRGB32;
+    if (S.fccType == kFccARGB32 && stream.key.IsKeyed() && !stream.bARGB32Mix) {
+        // The plane alone counts, and the output's fourth bytes are no opacity.
+        const PIC_PROPS from{kFccRGB32, S.nWidth, S.nHeight, S.nRowWidth};
+        const PIC_PROPS to{kFccRGB32, plan.output.nWidth, plan.output.nHeight,
+                           plan.output.nRowWidth};
         (void)Img_MixPlane(source, plane, outFrame, &from, &to, false, &sourceRect, &targetRect);
         return;
     }
-    if (S.fccType == kFccARGB32 && (isOwn || isKeyed)) {
+    if (S.fccType == kFccARGB32 && isOwn) {
         BYTE* const copy = SliceAt(kBordered);
         if (!copy) return;
         if (copy != source && Img_CopyRect(source, copy, &S, &S, &sourceRect, &sourceRect) != S_OK)

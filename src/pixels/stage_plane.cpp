@@ -6,6 +6,7 @@
 #include "pixels/img_flip.h"
 #include "pixels/img_resize.h"
 #include "pixels/primitives/arithmetic.h"
+#include "pixels/primitives/resize.h"
 #include "pixels/stage_chain.h"
 
 #include <algorithm>
@@ -70,16 +71,30 @@ bool StageChain::TakeStreamAlpha(BYTE* plane, const PIC_PROPS& props) {
     return Img_FlipInPlace(plane, &props, plan.bFlipVert, plan.bFlipHorz, &C) == S_OK;
 }
 
-void StageChain::MultiplyMask(BYTE* plane, const PIC_PROPS& props) {
+// The part of the mask that lies on the rect's part of the plane.
+bool StageChain::ScaleMask(BYTE* plane, const PIC_PROPS& props) {
     const ImgRect whole = MaskRect();
+    const PIC_PROPS& mask = rect.maskProps;
+    const ImageSize size{mask.nWidth, AbsHeight(mask)};
+    if (size.width < 1 || size.height < 1) return false;
+    const PlaneRows at(props, C);
+    const ImageRect part{std::max(C.left, 0), std::max(C.top, 0), at.columns, at.rows};
+    // Not cut with the rect, so that it stands still while the rect moves over an edge.
+    return ResizeSqrPixel_8u_C1R(rect.rectMask.At(0), size, RowWidth(mask),
+                                 {0, 0, size.width, size.height}, plane, at.stride, part,
+                                 static_cast<double>(whole.Width()) / size.width,
+                                 static_cast<double>(whole.Height()) / size.height, whole.left,
+                                 whole.top, kLinear, plane) == kImageOk;
+}
+
+bool StageChain::MultiplyMask(BYTE* plane, const PIC_PROPS& props) {
     BYTE* const scaled = Scratch();
-    if (Img_Resize(rect.rectMask.At(0), scaled, &rect.maskProps, &props, nullptr, &whole,
-                   kResizeMaskLinear, nullptr) != S_OK)
-        return;
+    if (!ScaleMask(scaled, props)) return false;
     const PlaneRows at(props, C);
     for (std::int32_t row = 0; row < at.rows; ++row)
         (void)Mul8Rows(scaled + at.first + row * at.stride, plane + at.first + row * at.stride,
                        at.columns, kByteShift);
+    return true;
 }
 
 void StageChain::MultiplyOpacity(BYTE* plane, const PIC_PROPS& props) {
@@ -94,16 +109,13 @@ bool StageChain::BuildPlane(BYTE* plane, bool hasStream, bool hasMask) {
     const std::int32_t opacity = std::clamp(RoundToInt32(Opacity() * 255), 0, 255);
     if (hasStream) {
         if (!TakeStreamAlpha(plane, props)) return false;
-        if (hasMask) MultiplyMask(plane, props);
+        if (hasMask && !MultiplyMask(plane, props)) return false;
         // A plane that was resampled and nothing else is multiplied by full opacity too.
         if (opacity != 255 || (plan.bResample && !hasMask)) MultiplyOpacity(plane, props);
         return true;
     }
     if (hasMask) {
-        const ImgRect whole = MaskRect();
-        if (Img_Resize(rect.rectMask.At(0), plane, &rect.maskProps, &props, nullptr, &whole,
-                       kResizeMaskLinear, nullptr) != S_OK)
-            return false;
+        if (!ScaleMask(plane, props)) return false;
         MultiplyOpacity(plane, props);
         return true;
     }
@@ -125,7 +137,7 @@ HRESULT StageChain::MakePlane(Plane* plane) {
                           (hasStream && (plan.bResample || plan.bFlip() || isFaint));
     if (!needsOwn) {
         own.Clear();
-        if (hasStream) plane->rows = stream.streamAlpha.At(0) + alphaOffset;
+        if (hasStream) *plane = {stream.streamAlpha.At(0) + alphaOffset, stream.key.IsKeyed()};
         return S_OK;
     }
     // Planes of nothing but mask and opacity outlive the frame.
@@ -141,7 +153,7 @@ HRESULT StageChain::MakePlane(Plane* plane) {
         rect.alphaIsStreams = hasStream;
         rect.alphaFrame = stream.frameNumber;
     }
-    *plane = {own.At(0), hasMask || isFaint};
+    *plane = {own.At(0), hasMask || isFaint || stream.key.IsKeyed()};
     return S_OK;
 }
 

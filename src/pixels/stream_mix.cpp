@@ -34,6 +34,18 @@ HRESULT TakeFrame(StreamPixels& stream, const BYTE* frame, std::uint32_t sliceBy
     return TakeScratch(stream, sliceBytes);
 }
 
+bool IsShapedAlike(const VM_VIDEO_PROPS& a, const VM_VIDEO_PROPS& b) {
+    return a.picProps == b.picProps && a.eInterlace == b.eInterlace && a.nAspectX == b.nAspectX &&
+           a.nAspectY == b.nAspectY;
+}
+
+// What was kept for other formats is of no use, and the corners move with them.
+void FollowFormats(MixBlock& rect, const VM_VIDEO_PROPS& in, const VM_VIDEO_PROPS& out) {
+    if (IsShapedAlike(rect.keptFor[0], in) && IsShapedAlike(rect.keptFor[1], out)) return;
+    (void)UpdateProjection(rect, in, out);
+    rect.keptFor = {in, out};
+}
+
 bool StandsStill(const MixBlock& rect) { return rect.stepsLeft == 0 && rect.step.IsZero(); }
 
 }  // namespace
@@ -56,6 +68,7 @@ HRESULT MixRects(StreamPixels& stream, const BYTE* frame, BYTE* outFrame,
         if (outcome == RectAnimator::Outcome::kStreamClosed) return S_FALSE;
         if (outcome == RectAnimator::Outcome::kErased) continue;
         MixBlock& rect = stream.rects[i];
+        FollowFormats(rect, stream.inputProps, outProps);
         const std::optional<RectPlan> plan =
             rect.current[kAlpha] > 0 ? PlanRect(stream, rect, outProps) : std::nullopt;
         if (plan) {
@@ -79,6 +92,7 @@ HRESULT PrepareStream(StreamPixels& stream, const BYTE* frame, const VM_VIDEO_PR
     if (bAlphaOnly) return result;
     for (MixBlock& rect : stream.rects) {
         if (!StandsStill(rect) || !(rect.current[kAlpha] > 0)) continue;
+        FollowFormats(rect, stream.inputProps, outProps);
         const std::optional<RectPlan> plan = PlanRect(stream, rect, outProps);
         if (!plan || !plan->HasPictureStage()) continue;
         StageChain chain(stream, rect, *plan, frame, sliceBytes);

@@ -329,6 +329,34 @@ TEST(StageChain, LetterBoxAndCropKeepTheShape) {
     mix.Expect(1917, 1000, kYellow);
 }
 
+TEST(StageChain, MasksStandStillOnRectsThatHangOverAnEdge) {
+    for (const std::int32_t size : {1, 9})
+        for (const bool hasAlpha : {false, true}) {
+            Mix mix({hasAlpha ? kFccARGB32 : kFccRGB32, 48, 32, 0}, {kFccYUY2, 96, 64, 0});
+            MixBlock& rect = mix.AddWhole({-48, 0, 48, 64});
+            // Seen on the right, through the middle and beyond.
+            mix.SetMask(rect, size, size,
+                        [&](auto x, auto) { return 2 * x >= size - 1 ? 255 : 0; });
+            mix.Run();
+            mix.Expect(10, 10, kGreen);
+            mix.Expect(40, 50, kYellow);
+        }
+}
+
+TEST(StageChain, FollowsTheAspectOfTheStream) {
+    Mix mix({kFccYUY2, 48, 32, 0}, {kFccYUY2, 96, 64, 0});
+    MixBlock& rect = mix.AddWhole({0, 0, 96, 64});
+    rect.current.eProcess = eVMP_AR_LetterBox;
+    mix.SetMask(rect, 4, 4, [](auto, auto) { return 255; });
+    mix.Run();
+    mix.Expect(2, 10, kRed);
+    mix.stream.inputProps.nAspectX = mix.stream.inputProps.nAspectY = 1;
+    mix.PaintBackground();
+    mix.Run();
+    mix.Expect(20, 8, kGrey);
+    mix.Expect(20, 14, kRed);
+}
+
 // Lines of the first field are bright, those of the second dark.
 class Fields : public testing::TestWithParam<PIC_PROPS> {
 protected:
