@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstring>
 #include <fstream>
 #include <functional>
@@ -140,6 +139,19 @@ TEST_F(Drawing, IsTurned) {
     EXPECT_EQ(map.data[0], 100);
     gst_buffer_unmap(picture, &map);
     gst_buffer_unref(picture);
+}
+
+TEST_F(Drawing, WarnsOfAMaskThatIsNone) {
+    g_object_set(source.Pad(), "mask", "no such file", nullptr);
+    EXPECT_EQ(MixOne().At(0, 0), 100);
+    EXPECT_NE(mix.WaitForWarning().find("no such file"), std::string::npos);
+}
+
+TEST_F(Drawing, WarnsOfABackgroundThatIsNone) {
+    gst_util_set_object_arg(G_OBJECT(mix.Mixer()), "background", "picture");
+    g_object_set(mix.Mixer(), "background-picture", "no such file", nullptr);
+    EXPECT_EQ(MixOne().At(0, 63), kBlack);
+    EXPECT_NE(mix.WaitForWarning().find("no such file"), std::string::npos);
 }
 
 }  // namespace
