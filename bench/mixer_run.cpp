@@ -46,7 +46,9 @@ void MixerRun::AddStream(const Shown& shown) {
     rect.dblAlpha = shown.alpha;
     rect.nBorderWidth = shown.border;
     rect.nBorderColor = kBorderColour;
-    Need(Succeeded(mixer.control->SetInputRect(number, nullptr, &rect)), "rect");
+    Need(Succeeded(mixer.control->SetInputRect(number, nullptr, &rect)) &&
+             Succeeded(mixer.control->EnableStream(number, 1)),
+         "rect");
     // Frames are never late here, however busy the machine is.
     Need(Succeeded(mixer.control->SetStreamMaxWait(number, 0, eVMLS_Last)), "wait");
 }
@@ -81,7 +83,9 @@ BYTE MixerRun::MiddleOf(std::size_t stream, bool isDark) {
     const Shown& shown = layout.streams[stream];
     const std::int64_t pixelBytes = fccType == kFccI420 ? 1 : fccType == kFccYUY2 ? 2 : 4;
     const std::int64_t x = shown.left + shown.shownWidth / 2;
-    const std::int64_t y = shown.top + shown.shownHeight / 2;
+    const std::int64_t down = shown.top + shown.shownHeight / 2;
+    // RGB is stored bottom line first.
+    const std::int64_t y = fccType == kFccARGB32 ? layout.outHeight - 1 - down : down;
     return frame.at(static_cast<std::size_t>((y * layout.outWidth + x) * pixelBytes));
 }
 
