@@ -90,5 +90,8 @@ Spent MeasureOverlay(const Layout& layout, const char* format, int frames);
 void ReportFullFrame();
 void ReportStreams();
 void ReportLayouts();
+void ReportBlends();
+void ReportConversions();  // with libyuv and libswscale
+void ReportScaling();      // with libyuv and OpenCV
 
 }  // namespace qdvm::bench

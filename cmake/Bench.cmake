@@ -4,6 +4,19 @@
 find_package(benchmark REQUIRED)
 
 file(GLOB bench_sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/bench/*.cpp")
+# The peers of conversion and scaling.
+find_library(QDVM_LIBYUV yuv)
+find_library(QDVM_OPENCV_CORE opencv_core)
+find_library(QDVM_OPENCV_IMGPROC opencv_imgproc)
+find_path(QDVM_OPENCV_INCLUDE opencv2/imgproc.hpp PATH_SUFFIXES opencv4)
+if(PkgConfig_FOUND)
+    pkg_check_modules(QDVM_SWSCALE QUIET IMPORTED_TARGET libswscale libavutil)
+endif()
+if(QDVM_LIBYUV AND QDVM_OPENCV_IMGPROC AND QDVM_OPENCV_INCLUDE AND QDVM_SWSCALE_FOUND)
+    set(QDVM_KERNEL_PEERS_FOUND TRUE)
+else()
+    list(FILTER bench_sources EXCLUDE REGEX "bench/(conversions|scaling)\\.cpp$")
+endif()
 list(APPEND bench_sources
     "${PROJECT_SOURCE_DIR}/tests/support/graph_fakes.cpp"
     "${PROJECT_SOURCE_DIR}/tests/support/guarded_memory.cpp"
@@ -15,6 +28,12 @@ if(bench_sources)
     target_link_libraries(bench_qdvm PRIVATE
         qdvm_internal ${QDVM_ROOM_TARGETS} benchmark::benchmark)
     target_include_directories(bench_qdvm PRIVATE "${PROJECT_SOURCE_DIR}/tests" "${PROJECT_SOURCE_DIR}/bench")
+    if(QDVM_KERNEL_PEERS_FOUND)
+        target_compile_definitions(bench_qdvm PRIVATE QDVM_BENCH_KERNEL_PEERS)
+        target_include_directories(bench_qdvm SYSTEM PRIVATE "${QDVM_OPENCV_INCLUDE}")
+        target_link_libraries(bench_qdvm PRIVATE "${QDVM_LIBYUV}" "${QDVM_OPENCV_IMGPROC}"
+            "${QDVM_OPENCV_CORE}" PkgConfig::QDVM_SWSCALE)
+    endif()
     if(QDVM_GST_FOUND AND QDVM_GST_TOOLS_FOUND)
         target_compile_definitions(bench_qdvm PRIVATE QDVM_BENCH_GSTREAMER)
         target_link_libraries(bench_qdvm PRIVATE PkgConfig::QDVM_GST PkgConfig::QDVM_GST_TOOLS)
