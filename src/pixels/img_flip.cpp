@@ -46,25 +46,7 @@ ImageStatus Flip420(const Flip& flip) {
     return status;
 }
 
-// Left to right the two pixels of a pair change places but not their chroma: row by row, so that
-// the second step finds the row at hand.
-ImageStatus FlipPairs(const Flip& flip, const std::array<std::uint8_t, 4>& order) {
-    const ImageSize row{flip.size.width, 1};
-    for (std::int32_t y = 0; y < flip.size.height; ++y) {
-        const std::int32_t from = flip.axis == kMirrorBoth ? flip.size.height - 1 - y : y;
-        BYTE* const to = flip.dst + flip.to.firstRow[0] + y * flip.to.stride[0];
-        ImageStatus status =
-            Mirror_16u_C1(flip.src + flip.from.firstRow[0] + from * flip.from.stride[0],
-                          flip.from.stride[0], to, flip.to.stride[0], row, kMirrorColumns);
-        if (status == kImageOk)
-            status = ChannelOrder_8u_C4(to, flip.to.stride[0], {row.width / 2, 1}, order.data());
-        if (status != kImageOk) return status;
-    }
-    return kImageOk;
-}
-
 ImageStatus Flip422(const Flip& flip, const std::array<std::uint8_t, 4>& order) {
-    if (flip.axis != kMirrorRows && flip.src != flip.dst) return FlipPairs(flip, order);
     const ImageStatus status = FlipPlane(flip, 0, flip.size, Mirror_16u_C1, MirrorInPlace_16u_C1);
     if (status != kImageOk || flip.axis == kMirrorRows) return status;
     return ChannelOrder_8u_C4(flip.dst + flip.to.firstRow[0], flip.to.stride[0],
