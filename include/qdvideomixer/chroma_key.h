@@ -1,9 +1,11 @@
 #pragma once
 
 // The chroma key of a stream: up to 16 key colours that become transparent, and the removal of the
-// light that a coloured backdrop throws onto what stands before it.
+// light that a coloured backdrop throws onto what stands before it. A mixer answers for
+// IQDVideoMixerChromaKey.
 
 #include <qdvideomixer/object.h>
+#include <qdvideomixer/video_props.h>
 
 #include <cstdint>
 
@@ -63,5 +65,74 @@ struct ChromaKeySettings {
     std::int32_t nFlags;       // eVM_KeyFlags
 };
 static_assert(sizeof(ChromaKeySettings) == 4 * (2 + 9 * kMaxChromaKeys + 4));
+
+// {1AFB737E-2331-40EF-9785-E6A4EB426EC6}
+inline constexpr GUID IID_IQDVideoMixerKeySample = {
+    0x1AFB737E, 0x2331, 0x40EF, {0x97, 0x85, 0xE6, 0xA4, 0xEB, 0x42, 0x6E, 0xC6}};
+
+// A still picture of a stream with its key: what a dialog works on, apart from the running mixer.
+// From any thread.
+struct IQDVideoMixerKeySample : IUnknown {
+    // Takes a copy of a picture in RGB24; _pBits has FrameBytes of it. The three numbers are kept
+    // for whoever asked for the sample. E_POINTER; E_INVALIDARG for another format or no pixels;
+    // E_OUTOFMEMORY.
+    virtual HRESULT LoadPicture(const PIC_PROPS* _pProps, const BYTE* _pBits, double _dblParam1,
+                                LONG _nParam2, LONG _nParam3) = 0;
+
+    // A copy in task memory, which the caller owns. E_POINTER; E_UNEXPECTED before LoadPicture;
+    // E_OUTOFMEMORY.
+    virtual HRESULT GetPicture(PIC_PROPS* _pProps, BYTE** _ppBits) = 0;
+
+    // The three numbers of LoadPicture, 0 before it. Each may be null.
+    virtual HRESULT GetParams(double* _pdblParam1, LONG* _pnParam2, LONG* _pnParam3) = 0;
+
+    // E_POINTER.
+    virtual HRESULT SetSettings(const ChromaKeySettings* _pSettings) = 0;
+    virtual HRESULT GetSettings(ChromaKeySettings* _pSettings) = 0;
+
+    // E_POINTER; E_OUTOFMEMORY. The caller owns what GetLabel gives.
+    virtual HRESULT SetLabel(BSTR _bsLabel) = 0;
+    virtual HRESULT GetLabel(BSTR* _pbsLabel) = 0;
+
+protected:
+    ~IQDVideoMixerKeySample() = default;
+};
+
+// {CEABE696-73AD-4362-A6D5-CD11BC0AC1E5}
+inline constexpr GUID IID_IQDVideoMixerChromaKey = {
+    0xCEABE696, 0x73AD, 0x4362, {0xA6, 0xD5, 0xCD, 0x11, 0xBC, 0x0A, 0xC1, 0xE5}};
+
+// The key of the stream that IQDVideoMixer::SetStreamForChromaKey has selected. A null argument
+// gives E_POINTER, a selected number without a stream E_INVALIDARG. From any thread.
+struct IQDVideoMixerChromaKey : IUnknown {
+    // Seen from the next composed frame on, also if it shows a frame again.
+    virtual HRESULT SetChromaKey(const ChromaKeySettings* _pSettings) = 0;
+    virtual HRESULT GetChromaKey(ChromaKeySettings* _pSettings) = 0;
+
+    // A new sample with the stream's picture, key and label; the caller owns the reference. While
+    // the stream runs this waits for its next frame, up to 50 s; a stop or the stream's end lets it
+    // go. _nWidth, _nHeight: pixels of the picture, made even; one of them 0 follows from the
+    // stream's aspect ratio, both 0 are the stream's own size. The three numbers go to LoadPicture.
+    // E_UNEXPECTED if the stream has no picture yet; E_INVALIDARG also for sizes below 0 or beyond
+    // 16384.
+    virtual HRESULT MakeKeySample(IUnknown** _ppSample, LONG _nWidth, LONG _nHeight,
+                                  double _dblParam1, LONG _nParam2, LONG _nParam3) = 0;
+    // The same in the stream's own size, with 0 as first number.
+    virtual HRESULT GetKeySample(IUnknown** _ppSample, LONG _nParam2, LONG _nParam3) = 0;
+    virtual HRESULT GetKeySampleControl(IQDVideoMixerKeySample** _ppControl, LONG _nParam2,
+                                        LONG _nParam3) = 0;
+
+    // Gives the stream the key and the label of a sample. Also the failures of asking the sample;
+    // E_NOINTERFACE if it isn't one.
+    virtual HRESULT TakeKeySample(IUnknown* _pSample) = 0;
+
+    // A text that travels with the key; the mixer only keeps it. E_OUTOFMEMORY. The caller owns
+    // what GetKeyLabel gives.
+    virtual HRESULT SetKeyLabel(BSTR _bsLabel) = 0;
+    virtual HRESULT GetKeyLabel(BSTR* _pbsLabel) = 0;
+
+protected:
+    ~IQDVideoMixerChromaKey() = default;
+};
 
 }  // namespace qdvm

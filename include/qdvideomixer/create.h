@@ -10,7 +10,7 @@ namespace qdvm {
 
 // A mixer: a filter with one free input pin and one output pin. Ask for IBaseFilter to put it into
 // a graph, for IQDVideoMixer to drive it, for IQDVideoMixerStatus to see how its streams do, for
-// IQDVideoMixerFrames to change things between two frames.
+// IQDVideoMixerFrames to change things between two frames, IQDVideoMixerChromaKey for keys.
 HRESULT CreateQDVideoMixer(REFIID iid, void** object);
 
 // An empty in-process filter graph: IFilterGraph2, IMediaControl and IMediaEventSink. It owns the

@@ -26,6 +26,7 @@ constexpr ULONG kGone = 0x40000000;
 QDVM_INTERFACE(IQDVideoMixer, IUnknown, IID_IQDVideoMixer);
 QDVM_INTERFACE(IQDVideoMixerStatus, IUnknown, IID_IQDVideoMixerStatus);
 QDVM_INTERFACE(IQDVideoMixerFrames, IUnknown, IID_IQDVideoMixerFrames);
+QDVM_INTERFACE(IQDVideoMixerChromaKey, IUnknown, IID_IQDVideoMixerChromaKey);
 
 HRESULT CreateQDVideoMixer(REFIID iid, void** object) {
     if (!object) return E_POINTER;
@@ -49,7 +50,8 @@ HRESULT CCoQDVideoMixer::QueryInterface(REFIID iid, void** object) {
 }
 
 void* CCoQDVideoMixer::FindOther(REFIID iid) {
-    return FindInterface<IQDVideoMixer, IQDVideoMixerStatus, IQDVideoMixerFrames>(this, iid);
+    return FindInterface<IQDVideoMixer, IQDVideoMixerStatus, IQDVideoMixerFrames,
+                         IQDVideoMixerChromaKey>(this, iid);
 }
 
 ULONG CCoQDVideoMixer::AddRef() { return references.fetch_add(1, std::memory_order_relaxed) + 1; }

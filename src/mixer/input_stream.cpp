@@ -85,6 +85,7 @@ void InputStream::FlushStream() {
     readyEvent.Clear();
     freeEvent.Set();
     pacingEvent.Set();
+    ServeThumbnail(currentFrame, frameProps);
     dropped = std::exchange(currentFrame, MediaFrame());
     frameWaits = false;
     endOfStream = false;
@@ -110,6 +111,7 @@ void InputStream::StopStream() {
 void InputStream::EndStream() {
     if (loop && IsConnected() && SeekUpstreamToStart()) return;
     ScopedLock guard(streamLock);
+    ServeThumbnail(currentFrame, frameProps);
     endOfStream = true;
     freeEvent.Set();
     readyEvent.Set();

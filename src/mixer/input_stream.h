@@ -9,6 +9,7 @@
 #include "frames/media_type.h"
 #include "mixer/media_frame.h"
 #include "pixels/stream_mix.h"
+#include "platform/counted_string.h"
 #include "platform/event.h"
 #include "platform/lock.h"
 
@@ -26,6 +27,12 @@ inline constexpr std::int64_t kUnknownTime = std::numeric_limits<std::int64_t>::
 
 // Frame time taken when a stream's is unknown, 100 ns (40 ms).
 inline constexpr std::int64_t kDefaultFrameTime = 400000;
+
+// Pixels; 0: follows from the picture.
+struct ThumbnailSize {
+    LONG width = 0;
+    LONG height = 0;
+};
 
 // Thread-safety: flags and counters are atomic words, written under streamLock or by the one thread
 // that owns them at the moment; everything else is guarded by streamLock. One thread at a time
@@ -69,6 +76,19 @@ public:
     // stopped.
     bool StoreFrame(const MediaFrame& frame, std::uint32_t flushesSeen);
 
+    // Waits for a small picture of the stream's next frame while frames come, up to 50 s; a flush,
+    // a stop and the stream's end let it go. S_OK if there is one, of this or an earlier frame;
+    // E_UNEXPECTED otherwise; E_INVALIDARG for sizes below 0 or beyond 16384. With no lock held.
+    HRESULT RequestThumbnail(ThumbnailSize size, bool isRunning);
+
+    bool IsThumbnailWanted() const { return thumbnailWanted; }
+
+    // A frame that came: makes the picture from it if one is wanted.
+    void OfferThumbnail(const MediaFrame& frame);
+
+    // Makes the picture that is wanted from a frame, or lets go who waits for it. Needs streamLock.
+    void ServeThumbnail(const MediaFrame& frame, const VM_VIDEO_PROPS& props);
+
     // The mixer has taken the stream's frame: a new one may come. Needs streamLock.
     void ReleaseFrame();
 
@@ -108,6 +128,9 @@ public:
     std::atomic<std::int32_t> waitLeftMs{0};
     std::atomic<std::int32_t> lostShow{eVMLS_Last};
     CBLOBHolder<CCoTaskAlloc> lostPicture;  // streamLock; in the stream's own format
+    CountedString keyLabel;                 // streamLock; travels with the key
+    CBLOBHolder<CVirtualAlloc> thumbnail;   // streamLock; RGB24, used size 0: none
+    PIC_PROPS thumbnailProps{};             // streamLock
     // Settings, fixed at construction.
     const StreamDefaults settings = LoadStreamDefaults();
 
@@ -121,6 +144,7 @@ public:
     // The frame has been taken, a new one may come. Set from the start, so that a stream that joins
     // between two starts holds nobody.
     Event freeEvent{Event::Reset::Manual, true};
+    Event thumbnailEvent{Event::Reset::Manual};  // a thumbnail is done, or won't come
     Event pacingEvent{Event::Reset::Automatic};  // wakes a thread held by keepRate
     std::atomic<bool> freeEventOpen{false};      // between pause and stop; streamLock to change
     std::atomic<std::uint32_t> flushCount{0};    // a frame from before a flush must not be stored
@@ -131,8 +155,12 @@ protected:
     ~InputStream() = default;
 
 private:
+    void MakeThumbnail(const MediaFrame& frame, const VM_VIDEO_PROPS& props);
     HRESULT BuildLostPicture(eVM_LostShow show);
     void RepeatOneField();
+
+    std::atomic<bool> thumbnailWanted{false};  // streamLock to change
+    ThumbnailSize thumbnailSize;               // streamLock
 };
 
 }  // namespace qdvm

@@ -3,7 +3,7 @@
 // The central object: the table of streams, the order in which they are drawn, the output stage,
 // and MixFrame, which composes one output frame. Its operations stand in files named after their
 // subject: mix_frame, mix_thread, receive, put_frame, stream_control, rect_control, rect_change,
-// background, state, info. The graph's filter derives from it and supplies the pins.
+// background, key_control, state, info. The graph's filter derives from it and supplies the pins.
 //
 // Locks, outermost first: filterLock, a pin's lock, pinsLock, mixLock, a stream's streamLock.
 // captureLock is never held while another is taken.
@@ -19,6 +19,7 @@
 #include "platform/ref.h"
 #include "platform/thread.h"
 
+#include <qdvideomixer/chroma_key.h>
 #include <qdvideomixer/frame_listener.h>
 #include <qdvideomixer/stream_status.h>
 #include <qdvideomixer/video_mixer.h>
@@ -29,9 +30,14 @@
 
 namespace qdvm {
 
+class CCoKeySample;
+
 enum class PlayState : std::int32_t { kStopped = 0, kPaused = 1, kRunning = 2 };
 
-class MixerCore : public IQDVideoMixer, public IQDVideoMixerStatus, public IQDVideoMixerFrames {
+class MixerCore : public IQDVideoMixer,
+                  public IQDVideoMixerStatus,
+                  public IQDVideoMixerFrames,
+                  public IQDVideoMixerChromaKey {
 public:
     MixerCore() = default;
     MixerCore(const MixerCore&) = delete;
@@ -125,6 +131,17 @@ public:
 
     HRESULT SetFrameListener(IQDVideoMixerFrameListener*) override;
 
+    // --- IQDVideoMixerChromaKey ---
+
+    HRESULT SetChromaKey(const ChromaKeySettings*) override;
+    HRESULT GetChromaKey(ChromaKeySettings*) override;
+    HRESULT MakeKeySample(IUnknown**, LONG, LONG, double, LONG, LONG) override;
+    HRESULT GetKeySample(IUnknown**, LONG, LONG) override;
+    HRESULT GetKeySampleControl(IQDVideoMixerKeySample**, LONG, LONG) override;
+    HRESULT TakeKeySample(IUnknown*) override;
+    HRESULT SetKeyLabel(BSTR) override;
+    HRESULT GetKeyLabel(BSTR*) override;
+
     // Reads a rect: where a running change ends, else what is drawn.
     static void ReadRect(const MixBlock& block, VM_MIXING_RECT* rect);
 
@@ -202,6 +219,10 @@ private:
     // state
     void ResetStreams();
     void ShowWhole(InputStream& stream);
+
+    // key_control
+    HRESULT MakeSampleOf(CCoKeySample* sample, ThumbnailSize size, double param1, LONG param2,
+                         LONG param3);
 
     // rect_control
     std::int64_t ShortestFrameTime() const;

@@ -33,6 +33,7 @@ HRESULT MixerCore::SubmitFrame(std::uint32_t pinId, const MediaFrame& frame,
 void MixerCore::PutFrame(InputStream& stream, const MediaFrame& frame, std::uint32_t flushesSeen) {
     stream.RestartWait();
     stream.lost = false;
+    stream.OfferThumbnail(frame);
     // The only place that holds an input back. After the time-out the frame goes in all the same.
     if (masterStream < 0)
         (void)stream.freeEvent.WaitFor(state == PlayState::kRunning ? kLongestFreeWaitMs

@@ -5,6 +5,7 @@
 #include "support/graph_fakes.h"
 #include "support/manual_clock.h"
 
+#include <qdvideomixer/chroma_key.h>
 #include <qdvideomixer/create.h>
 #include <qdvideomixer/frame_listener.h>
 #include <qdvideomixer/stream_status.h>
@@ -43,8 +44,9 @@ protected:
 TEST_F(FilterTest, OffersItsInterfacesOnOneObject) {
     Ref<IUnknown> first;
     EXPECT_EQ(mixer.filter->QueryInterface(IID_IUnknown, first.PutVoid()), S_OK);
-    for (const IID& iid : {IID_IPersist, IID_IMediaFilter, IID_IBaseFilter, IID_IQDVideoMixer,
-                           IID_IQDVideoMixerStatus, IID_IQDVideoMixerFrames}) {
+    for (const IID& iid :
+         {IID_IPersist, IID_IMediaFilter, IID_IBaseFilter, IID_IQDVideoMixer,
+          IID_IQDVideoMixerStatus, IID_IQDVideoMixerFrames, IID_IQDVideoMixerChromaKey}) {
         Ref<IUnknown> asked;
         Ref<IUnknown> root;
         ASSERT_EQ(mixer.filter->QueryInterface(iid, asked.PutVoid()), S_OK);
