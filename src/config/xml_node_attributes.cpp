@@ -1,0 +1,160 @@
+#include "config/xml_node.h"
+
+#include <utility>
+
+namespace qdvm::XMLParse {
+namespace {
+
+using Access = SynchroGuard::Access;
+
+}  // namespace
+
+template <class T, class Read>
+T XMLNodeImpl::ReadAttr(std::u16string_view path, T missing, bool* found, Read&& read) {
+    if (found != nullptr) *found = false;
+    std::u16string_view attrName;
+    const XMLNodePtr node = Resolve(path, &attrName, false);
+    if (!node || path.empty()) return missing;
+    SynchroGuard guard(node->attributeLock, Access::Write);
+    const std::size_t position = node->attributes.Find(attrName);
+    if (position == AttributeMap::kNone) return missing;
+    if (found != nullptr) *found = true;
+    return read(node->attributes.At(position).value);
+}
+
+bool XMLNodeImpl::HasAttr(std::u16string_view path) {
+    return ReadAttr(path, false, nullptr, [](ObjectVal&) { return true; });
+}
+
+std::optional<ObjectVal> XMLNodeImpl::GetAttr(std::u16string_view path) {
+    return ReadAttr(path, std::optional<ObjectVal>(), nullptr,
+                    [](ObjectVal& value) { return std::optional<ObjectVal>(value); });
+}
+
+std::u16string XMLNodeImpl::GetString(std::u16string_view path, std::u16string_view missing,
+                                      bool* found) {
+    return ReadAttr(path, std::u16string(missing), found,
+                    [](ObjectVal& value) { return value.AsText(); });
+}
+
+bool XMLNodeImpl::GetBool(std::u16string_view path, bool missing, bool* found) {
+    return ReadAttr(path, missing, found, [](ObjectVal& value) { return value.AsBool(); });
+}
+
+std::int32_t XMLNodeImpl::GetInt(std::u16string_view path, std::int32_t missing, bool* found) {
+    return ReadAttr(path, missing, found, [](ObjectVal& value) { return value.AsInt(); });
+}
+
+std::uint32_t XMLNodeImpl::GetHex32(std::u16string_view path, std::uint32_t missing, bool* found) {
+    return ReadAttr(path, missing, found, [](ObjectVal& value) { return value.AsHex32(); });
+}
+
+double XMLNodeImpl::GetDouble(std::u16string_view path, double missing, bool* found) {
+    return ReadAttr(path, missing, found, [](ObjectVal& value) { return value.AsDouble(); });
+}
+
+SizeValue XMLNodeImpl::GetSize(std::u16string_view path, const SizeValue& missing, bool* found) {
+    return ReadAttr(path, missing, found, [](ObjectVal& value) { return value.AsSize(); });
+}
+
+bool XMLNodeImpl::SetAttr(std::u16string_view path, ObjectVal value, bool create, bool noUpdate) {
+    std::u16string_view attrName;
+    const XMLNodePtr node = Resolve(path, &attrName, create);
+    return node && !attrName.empty() && node->PutAttr(attrName, std::move(value), !noUpdate);
+}
+
+bool XMLNodeImpl::PutAttr(std::u16string_view attrName, ObjectVal value, bool update) {
+    if (isText) return false;
+    SynchroGuard guard(attributeLock, Access::Write);
+    const auto [position, isNew] = attributes.FindOrAppend(attrName, [&] {
+        return XMLAttribute{std::u16string(attrName), std::move(value)};
+    });
+    if (position == AttributeMap::kNone) return false;
+    if (isNew) return true;
+    if (update) attributes.At(position).value = std::move(value);
+    return update;
+}
+
+bool XMLNodeImpl::RemoveAttr(std::u16string_view path) {
+    std::u16string_view attrName;
+    const XMLNodePtr node = Resolve(path, &attrName, false);
+    if (!node || path.empty()) return false;
+    SynchroGuard guard(node->attributeLock, Access::Write);
+    const std::size_t position = node->attributes.Find(attrName);
+    if (position == AttributeMap::kNone) return false;
+    node->attributes.RemoveAt(position);
+    return true;
+}
+
+void XMLNodeImpl::ClearAttrs() {
+    SynchroGuard guard(attributeLock, Access::Write);
+    attributes.Clear();
+}
+
+std::size_t XMLNodeImpl::AttrCount() const {
+    SynchroGuard guard(attributeLock, Access::Read);
+    return attributes.Size();
+}
+
+std::optional<std::u16string> XMLNodeImpl::AttrNameAt(std::size_t index) const {
+    SynchroGuard guard(attributeLock, Access::Read);
+    if (index >= attributes.Size()) return std::nullopt;
+    return attributes.At(index).name;
+}
+
+std::optional<std::u16string> XMLNodeImpl::AttrValueAt(std::size_t index) {
+    SynchroGuard guard(attributeLock, Access::Write);
+    if (index >= attributes.Size()) return std::nullopt;
+    return attributes.At(index).value.AsText();
+}
+
+std::vector<XMLAttribute> XMLNodeImpl::Attributes() const {
+    SynchroGuard guard(attributeLock, Access::Read);
+    return {attributes.begin(), attributes.end()};
+}
+
+std::int32_t XMLNodeImpl::CopyAttrsTo(const XMLNodePtr& target, AttrMode mode) const {
+    if (!target || &*target == this) return -1;
+    std::vector<XMLAttribute> copied = Attributes();
+    if (mode == AttrMode::Replace) target->ClearAttrs();
+    for (XMLAttribute& attribute : copied)
+        (void)target->PutAttr(attribute.name, std::move(attribute.value), mode == AttrMode::Update);
+    return static_cast<std::int32_t>(copied.size());
+}
+
+// Goes through the tree without a lock held from one node to the next, and without recursion: trees
+// are as deep as their makers want.
+std::int32_t XMLNodeImpl::CopyTo(const XMLNodePtr& target, bool copyName, AttrMode mode) const {
+    if (isText || !target || &*target == this || target->IsInside(*this)) return -1;
+    struct Step {
+        XMLNodePtr from;
+        XMLNodePtr to;
+    };
+    const auto copyContents = [mode](const XMLNodeImpl& from, const XMLNodePtr& to,
+                                     std::vector<Step>& left) {
+        const std::vector<XMLNodePtr> parts = from.Children();
+        to->ClearChildren();
+        (void)from.CopyAttrsTo(to, mode);
+        std::int32_t elements = 0;
+        for (const XMLNodePtr& part : parts) {
+            if (part->IsText()) {
+                to->AddText(part->Text());
+            } else if (const XMLNodePtr made = to->AppendElement(part->Name())) {
+                left.push_back({part, made});
+                ++elements;
+            }
+        }
+        return elements;
+    };
+    if (copyName) target->Rename(Name());
+    std::vector<Step> left;
+    std::int32_t copied = copyContents(*this, target, left);
+    while (!left.empty()) {
+        const Step step = std::move(left.back());
+        left.pop_back();
+        copied += copyContents(*step.from, step.to, left);
+    }
+    return copied;
+}
+
+}  // namespace qdvm::XMLParse
