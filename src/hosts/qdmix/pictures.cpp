@@ -1,5 +1,9 @@
 #include "hosts/qdmix/pictures.h"
 
+#include "platform/picture_file.h"
+#include "platform/text.h"
+
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <system_error>
@@ -21,6 +25,14 @@ std::string FaultOf(const std::string& file) {
         return "it is no file";
     }
     return std::ifstream(file, std::ios::binary) ? "" : "no permission to read it";
+}
+
+// Whether the mixer will be able to read it, found out in the same way.
+bool IsPicture(const std::string& file) {
+    std::vector<std::uint8_t> contents;
+    DecodedPicture picture;
+    return Succeeded(ReadPictureFile(FromUtf8(file), contents)) &&
+           Succeeded(DecodePicture(contents, AlphaForm::kStraight, &picture));
 }
 
 void AddBackground(const Background& background, std::vector<NamedFile>& pictures) {
@@ -53,6 +65,10 @@ std::optional<Failure> CheckPictures(const Plan& plan) {
         if (std::string fault = FaultOf(picture.file); !fault.empty()) {
             return Failure{ExitStatus::kInput, picture.subject, "can't be opened",
                            std::move(fault)};
+        }
+        if (!IsPicture(picture.file)) {
+            return Failure{ExitStatus::kInput, picture.subject, "can't be used",
+                           "not a picture, or a damaged one"};
         }
     }
     return std::nullopt;
