@@ -3,6 +3,7 @@
 // sanitizers too.
 
 #include "frames/format_table.h"
+#include "platform/settings_store.h"
 #include "platform/thread.h"
 #include "support/graph_fakes.h"
 
@@ -162,8 +163,15 @@ void ChangeRect(IQDVideoMixer& control, LONG stream, Dice& dice) {
     rect.rcSource = {0, 0, 16, 16};
     const LONG left = 2 * dice.Roll(40) - 20;
     const LONG top = 2 * dice.Roll(40) - 20;
-    rect.rcTarget = {left, top, left + 16, top + 16};
+    const LONG size = dice.OneIn(2) ? 16 : 2 + 2 * dice.Roll(40);
+    rect.rcTarget = {left, top, left + size, top + size};
     rect.dblAlpha = dice.OneIn(4) ? 0.5 : 1.0;
+    rect.eProcess = static_cast<eVM_Process>(dice.OneIn(2) ? 0 : dice.Roll(64));
+    rect.nBorderWidth = dice.OneIn(3) ? dice.Roll(8) : 0;
+    if (dice.OneIn(4)) {
+        rect.dblViewAngle = dice.Roll(90);
+        rect.dblHorzAngle = dice.Roll(180) - 90;
+    }
     LONG number = dice.Roll(4) - 1;
     (void)control.SetInputRect2(stream, &number, &rect, dice.OneIn(2) ? 0 : dice.Roll(20));
 }
@@ -176,7 +184,13 @@ void ChangeLayout(IQDVideoMixer& control, unsigned seed, const std::atomic<bool>
         VM_VIDEO_PROPS props{};
         VM_MIXING_RECT rect{};
         LONG count = 0;
-        switch (dice.Roll(14)) {
+        switch (dice.Roll(15)) {
+            case 11: {
+                const BSTR mask = SysAllocString(dice.OneIn(3) ? u"" : u"Circle");
+                (void)control.SetRectMask(stream, dice.Roll(2), mask);
+                SysFreeString(mask);
+                break;
+            }
             case 0:
                 (void)control.EnableStream(stream, dice.Roll(2));
                 break;
@@ -255,6 +269,11 @@ TEST(Stress, StreamsAndControlsAtOnce) {
     std::cout << "QDVM_STRESS_SEED=" << seed << " QDVM_STRESS_STEPS=" << steps << std::endl;
     RecordProperty("seed", std::to_string(seed));
 
+    // Streams read it when they are made: how much of the pixel work inputs do on their threads.
+    SettingsKey settings;
+    ASSERT_EQ(SettingsKey::OpenOrCreate(u"Software\\Quindarlux\\QDVideoMixer", settings), S_OK);
+    ASSERT_EQ(settings.WriteU32(u"InputProcessing.Type", seed % 3), S_OK);
+
     MixerUnderTest mixer;
     Ref<IReferenceClock> clock;
     ASSERT_EQ(CreateSystemClock(IID_IReferenceClock, clock.PutVoid()), S_OK);
@@ -318,6 +337,7 @@ TEST(Stress, StreamsAndControlsAtOnce) {
     EXPECT_TRUE(sink->WaitForFrames(before + 1));
     EXPECT_EQ(mixer.filter->Stop(), S_OK);
     (void)mixer.Out()->Disconnect();
+    (void)settings.WriteU32(u"InputProcessing.Type", 1);
 }
 
 }  // namespace
