@@ -91,6 +91,7 @@ void ReportFullFrame();
 void ReportStreams();
 void ReportLayouts();
 void ReportBlends();
+void ReportChromaKey();
 void ReportConversions();  // with libyuv and libswscale
 void ReportScaling();      // with libyuv and OpenCV
 

@@ -18,7 +18,8 @@ struct Report {
 
 constexpr Report kReports[] = {
     {"full-frame", qdvm::bench::ReportFullFrame},    {"streams", qdvm::bench::ReportStreams},
-    {"layouts", qdvm::bench::ReportLayouts},         {"blends", qdvm::bench::ReportBlends},
+    {"chroma-key", qdvm::bench::ReportChromaKey},    {"layouts", qdvm::bench::ReportLayouts},
+    {"blends", qdvm::bench::ReportBlends},
 #ifdef QDVM_BENCH_KERNEL_PEERS
     {"conversions", qdvm::bench::ReportConversions}, {"scaling", qdvm::bench::ReportScaling},
 #endif
