@@ -50,7 +50,7 @@ const Sample* TableOf(const UvSpill& spill, int m, Sample* table) {
     Sample* const rows = table + 256 + m * std::ptrdiff_t{3 * 256};
     if (table[m] != 0) return rows;
     for (int value = 0; value < 256; ++value) {
-        rows[value] = LumaOf(spill, value, m);
+        if (spill.luma != 0) rows[value] = LumaOf(spill, value, m);
         rows[256 + value] = ChromaOf(spill, value, m, true);
         rows[512 + value] = ChromaOf(spill, value, m, false);
     }
@@ -75,15 +75,22 @@ UvSpill MakeUvSpill(const ChromaKeyEntry& entry, std::uint32_t colour,
 
 void ApplyUvSpill(const UvSpill& spill, Sample* packed, const Sample* amount, std::int32_t pairs,
                   Sample* table) {
-    const int luma = spill.lumaFirst ? 0 : 1;
-    const int chroma = 1 - luma;
-    for (std::ptrdiff_t i = 0; i < pairs; ++i) {
-        Sample* const group = packed + 4 * i;
-        const Sample* const results = TableOf(spill, amount[i], table);
-        group[luma] = results[group[luma]];
-        group[luma + 2] = results[group[luma + 2]];
-        group[chroma] = results[256 + group[chroma]];
-        group[chroma + 2] = results[512 + group[chroma + 2]];
+    Sample* const luma = packed + (spill.lumaFirst ? 0 : 1);
+    Sample* const chroma = packed + (spill.lumaFirst ? 1 : 0);
+    // Wall and subject have long runs of one value each.
+    for (std::ptrdiff_t i = 0; i < pairs;) {
+        const int m = amount[i];
+        const Sample* const results = TableOf(spill, m, table);
+        const Sample* const ofU = results + 256;
+        const Sample* const ofV = results + 512;
+        const std::ptrdiff_t start = i;
+        for (; i < pairs && amount[i] == m; ++i) {
+            chroma[4 * i] = ofU[chroma[4 * i]];
+            chroma[4 * i + 2] = ofV[chroma[4 * i + 2]];
+        }
+        // Without strength luma stays as it is.
+        if (spill.luma == 0) continue;
+        for (std::ptrdiff_t at = 2 * start; at < 2 * i; ++at) luma[2 * at] = results[luma[2 * at]];
     }
 }
 

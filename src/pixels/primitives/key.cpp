@@ -49,6 +49,8 @@ KeyEllipsoid MakeKeyEllipsoid(const Sample* centre, const Sample* delta, std::in
     const std::int64_t beyond = 2 * (sum / 3 - scaled);
     const float gain = beyond > 0 ? std::sqrt(static_cast<float>(beyond)) / 512.0f : kSmallestGain;
     ellipsoid.gain = gain > 0 ? gain : kSmallestGain;
+    ellipsoid.nearReach = KeyReach(ellipsoid, 0);
+    ellipsoid.farReach = KeyReach(ellipsoid, 254);
     return ellipsoid;
 }
 

@@ -14,6 +14,8 @@ struct KeyEllipsoid {
     std::int16_t weights[3];  // 0 to 16382
     std::int32_t halfP;       // 0 to 2^30
     float gain;               // above 0: distances are sqrt(E - halfP) / gain
+    std::int32_t nearReach;   // KeyReach of level 0: below it distances are 0
+    std::int32_t farReach;    // and of 254: from it on they are 255
 };
 
 // An ellipsoid with half-axes `delta` and a distance of about 255 at those half-axes plus

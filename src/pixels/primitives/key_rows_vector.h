@@ -53,19 +53,30 @@ inline V MasksOfFour(V a, V b, V c, V d) {
     return InOrderTwice(NarrowSigned16(Narrow32(a, b), Narrow32(c, d)));
 }
 
+// Few blocks lie in the ring: inside and far away there is no root to take.
 inline void VectorDistance(const Sample* src, Sample* dst, std::int32_t n,
                            const KeyEllipsoid& ellipsoid) {
     const EllipsoidVectors vectors(ellipsoid);
     const V halfP = All32(ellipsoid.halfP);
-    const auto distances = [&](const Sample* pixels) {
-        return RootOver(Sub32(vectors.Of(Load(pixels)), halfP), ellipsoid.gain);
-    };
+    const V nearest = All32(ellipsoid.nearReach);
+    const V farthest = All32(ellipsoid.farReach);
     AnyWidth<kVectorBytes>(
         n,
         [&](const Sample* pixels, Sample* to) {
-            Store(to, BytesOfFour(distances(pixels), distances(pixels + kVectorBytes),
-                                  distances(pixels + 2 * kVectorBytes),
-                                  distances(pixels + 3 * kVectorBytes)));
+            V e[4];
+            for (int i = 0; i < 4; ++i) e[i] = vectors.Of(Load(pixels + i * kVectorBytes));
+            const auto masks = [&](V limit) {
+                return MasksOfFour(Greater32(limit, e[0]), Greater32(limit, e[1]),
+                                   Greater32(limit, e[2]), Greater32(limit, e[3]));
+            };
+            const V isNear = masks(nearest);
+            const V isFar = Xor(masks(farthest), All8(-1));
+            if (IsAllSet(Or(isNear, isFar))) {
+                Store(to, isFar);
+                return;
+            }
+            for (V& distance : e) distance = RootOver(Sub32(distance, halfP), ellipsoid.gain);
+            Store(to, BytesOfFour(e[0], e[1], e[2], e[3]));
         },
         In<4>{src}, Out<1>{dst});
 }
@@ -116,6 +127,11 @@ struct SpillVectors {
           scale(FourWords(matrix.scale)),
           zero(FourWords(matrix.zero)) {}
 
+    // Far from the key, where m is 0.
+    V Unkeyed(V bytes) const {
+        return Add16(RightSigned16<7>(Mul16(Sub16(bytes, zero), All16(127))), zero);
+    }
+
     V Corrected(V bytes, V m) const {
         const V a = LimitedProduct(LimitedProduct(m, subtract), key);
         const V b = MaxSigned16(Add16(LimitedProduct(m, scale), All16(127)), Zero());
@@ -131,6 +147,11 @@ inline void VectorSpillMatrix(Sample* packed, const Sample* amount, std::int32_t
         [&](Sample* at, const Sample* m) {
             const V bytes = Load(at);
             const V amounts = FourTimes(m);
+            if (IsAllSet(Equal8(amounts, Zero()))) {
+                Store(at, Narrow16(vectors.Unkeyed(Low8(bytes, Zero())),
+                                   vectors.Unkeyed(High8(bytes, Zero()))));
+                return;
+            }
             Store(at, Narrow16(vectors.Corrected(Low8(bytes, Zero()), Low8(amounts, Zero())),
                                vectors.Corrected(High8(bytes, Zero()), High8(amounts, Zero()))));
         },

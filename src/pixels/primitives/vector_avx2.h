@@ -209,6 +209,7 @@ inline V FourTimes(const Sample* p) {
                                       4, 4, 4, 4, 5, 5, 5, 5, 6, 6, 6, 6, 7, 7, 7, 7);
     return Shuffle8(FourForEachLane(p), places);
 }
+inline bool IsAllSet(V v) { return _mm256_movemask_epi8(v) == -1; }
 inline V Equal32(V a, V b) { return _mm256_cmpeq_epi32(a, b); }
 
 }  // namespace

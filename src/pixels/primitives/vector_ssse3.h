@@ -196,6 +196,7 @@ inline V FourTimes(const Sample* p) {
     const V places = _mm_setr_epi8(0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3);
     return Shuffle8(_mm_cvtsi32_si128(four), places);
 }
+inline bool IsAllSet(V v) { return _mm_movemask_epi8(v) == 0xffff; }
 inline V Equal32(V a, V b) { return _mm_cmpeq_epi32(a, b); }
 
 }  // namespace
