@@ -2,6 +2,7 @@
 
 #include "frames/format_table.h"
 #include "frames/rounding.h"
+#include "pixels/stream_alpha.h"
 
 #include <algorithm>
 #include <limits>
@@ -157,6 +158,7 @@ std::optional<RectPlan> PlanRect(const StreamPixels& stream, const MixBlock& rec
     plan.bFlipHorz = (process & eVMP_FlipHorz) != 0;
     plan.bBlend = rect.rectMask.HasData() || rect.current[kAlpha] != 1.0 ||
                   in.picProps.fccType == kFccARGB32 || stream.streamAlpha.HasData();
+    plan.bOwnBytes = !WantsStreamAlpha(stream, rect, out);
     if (!IsRGBFormat(plan.input.fccType) || !IsRGBFormat(plan.output.fccType)) {
         TakePairs(&source);
         TakePairs(&target);

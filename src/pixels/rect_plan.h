@@ -26,6 +26,7 @@ struct RectPlan {
     bool bFlipVert = false;
     bool bFlipHorz = false;
     bool bBlend = false;
+    bool bOwnBytes = false;  // by the fourth bytes of the picture itself, without a plane
 
     ImgRect source{};       // the part of the frame that is seen
     ImgRect target{};       // the part of the output that it covers

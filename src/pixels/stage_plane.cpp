@@ -128,7 +128,7 @@ bool StageChain::BuildPlane(BYTE* plane, bool hasStream, bool hasMask) {
 
 // S_OK, also without a plane; S_FALSE: nothing of the rect is visible.
 HRESULT StageChain::MakePlane(Plane* plane) {
-    if (!plan.bBlend) return S_OK;
+    if (!plan.bBlend || plan.bOwnBytes) return S_OK;
     const bool hasStream = stream.streamAlpha.HasData();
     const bool hasMask = rect.rectMask.HasData();
     const bool isFaint = Opacity() != 1.0;

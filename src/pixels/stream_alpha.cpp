@@ -98,4 +98,9 @@ HRESULT MakeStreamAlpha(StreamPixels& stream, const VM_VIDEO_PROPS& out, const B
     return result;
 }
 
+bool WantsStreamAlpha(const StreamPixels& stream, const MixBlock& rect, const VM_VIDEO_PROPS& out) {
+    return stream.key.IsKeyed() || stream.inputProps.picProps.fccType != kFccARGB32 ||
+           out.picProps.fccType != kFccARGB32 || rect.rectMask.HasData() || rect.bProjected;
+}
+
 }  // namespace qdvm

@@ -20,4 +20,8 @@ PIC_PROPS StreamAlphaProps(const StreamPixels& stream, const VM_VIDEO_PROPS& out
 // or it was there. Else why there is none, or none that is keyed.
 HRESULT MakeStreamAlpha(StreamPixels& stream, const VM_VIDEO_PROPS& out, const BYTE** frame);
 
+// Whether the rect is drawn through the plane, if the stream has one. ARGB32 onto ARGB32 is
+// composited by the pixels' own fourth bytes unless there is a key, a mask or a projection.
+bool WantsStreamAlpha(const StreamPixels& stream, const MixBlock& rect, const VM_VIDEO_PROPS& out);
+
 }  // namespace qdvm

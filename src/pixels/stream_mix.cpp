@@ -7,6 +7,8 @@
 #include "pixels/stream_alpha.h"
 #include "platform/trace.h"
 
+#include <algorithm>
+
 namespace qdvm {
 
 namespace {
@@ -62,7 +64,8 @@ HRESULT MixRects(StreamPixels& stream, const BYTE* frame, BYTE* outFrame,
     const std::uint32_t sliceBytes = SliceBytes(stream.inputProps, outProps);
     const HRESULT taken = TakeFrame(stream, frame, sliceBytes);
     if (Failed(taken)) return taken;
-    (void)MakeStreamAlpha(stream, outProps, &frame);
+    // Before any rect: with spill removal it changes the frame that they draw.
+    if (stream.key.IsKeyed()) (void)MakeStreamAlpha(stream, outProps, &frame);
     for (std::size_t i = 0; i < stream.rects.size();) {
         const RectAnimator::Outcome outcome = animator.StepRect(i);
         if (outcome == RectAnimator::Outcome::kStreamClosed) return S_FALSE;
@@ -72,6 +75,7 @@ HRESULT MixRects(StreamPixels& stream, const BYTE* frame, BYTE* outFrame,
         const std::optional<RectPlan> plan =
             rect.current[kAlpha] > 0 ? PlanRect(stream, rect, outProps) : std::nullopt;
         if (plan) {
+            if (!plan->bOwnBytes) (void)MakeStreamAlpha(stream, outProps, &frame);
             StageChain chain(stream, rect, *plan, frame, sliceBytes);
             const bool isDrawn = chain.MakePicture();
             if (isDrawn) chain.Draw(outFrame, outProps);
@@ -88,7 +92,11 @@ HRESULT PrepareStream(StreamPixels& stream, const BYTE* frame, const VM_VIDEO_PR
     const std::uint32_t sliceBytes = SliceBytes(stream.inputProps, outProps);
     const HRESULT taken = TakeFrame(stream, frame, sliceBytes);
     if (Failed(taken)) return taken;
-    HRESULT result = MakeStreamAlpha(stream, outProps, &frame) == S_OK ? S_OK : S_FALSE;
+    const bool wantsAlpha = std::ranges::any_of(stream.rects, [&](const MixBlock& rect) {
+        return WantsStreamAlpha(stream, rect, outProps);
+    });
+    HRESULT result = S_FALSE;
+    if (wantsAlpha && MakeStreamAlpha(stream, outProps, &frame) == S_OK) result = S_OK;
     if (bAlphaOnly) return result;
     for (MixBlock& rect : stream.rects) {
         if (!StandsStill(rect) || !(rect.current[kAlpha] > 0)) continue;
