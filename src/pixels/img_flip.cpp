@@ -4,16 +4,11 @@
 #include "pixels/chroma_rows.h"
 #include "pixels/primitives/channels.h"
 
-#include <array>
 #include <cstdint>
 
 namespace qdvm {
 
 namespace {
-
-// Where luma and chroma of a pair stand again after its two pixels have changed places.
-constexpr std::array<std::uint8_t, 4> kUyvyOrder = {2, 1, 0, 3};
-constexpr std::array<std::uint8_t, 4> kYuy2Order = {0, 3, 2, 1};
 
 struct Flip {
     const PIC_PROPS& props;
@@ -46,11 +41,12 @@ ImageStatus Flip420(const Flip& flip) {
     return status;
 }
 
-ImageStatus Flip422(const Flip& flip, const std::array<std::uint8_t, 4>& order) {
-    const ImageStatus status = FlipPlane(flip, 0, flip.size, Mirror_16u_C1, MirrorInPlace_16u_C1);
-    if (status != kImageOk || flip.axis == kMirrorRows) return status;
-    return ChannelOrder_8u_C4(flip.dst + flip.to.firstRow[0], flip.to.stride[0],
-                              {flip.size.width / 2, flip.size.height}, order.data());
+ImageStatus Flip422(const Flip& flip, PackedOrder order) {
+    BYTE* const to = flip.dst + flip.to.firstRow[0];
+    if (flip.src == flip.dst)
+        return MirrorPackedInPlace(to, flip.to.stride[0], flip.size, flip.axis, order);
+    return MirrorPacked(flip.src + flip.from.firstRow[0], flip.from.stride[0], to,
+                        flip.to.stride[0], flip.size, flip.axis, order);
 }
 
 HRESULT Run(const Flip& flip) {
@@ -72,10 +68,10 @@ HRESULT Run(const Flip& flip) {
             break;
         case kFccYUY2:
         case kFccYVYU:
-            status = Flip422(flip, kYuy2Order);
+            status = Flip422(flip, PackedOrder::kLumaFirst);
             break;
         case kFccUYVY:
-            status = Flip422(flip, kUyvyOrder);
+            status = Flip422(flip, PackedOrder::kLumaSecond);
             break;
         default:
             return E_NOTIMPL;

@@ -171,7 +171,33 @@ void AddOrders(std::vector<PrimitiveCase>* cases) {
         {"8u_C3", 3, Mirror_8u_C3, MirrorInPlace_8u_C3, SLOT(channels.mirror3)},
         {"8u_C4", 4, Mirror_8u_C4, MirrorInPlace_8u_C4, SLOT(channels.mirror4)},
     };
+    using namespace std::string_literals;
+    const auto lumaFirst = PackedOrder::kLumaFirst;
+    const auto lumaSecond = PackedOrder::kLumaSecond;
+    const auto addPacked = [&](const std::string& name, PackedOrder order, int axis, Slot slot) {
+        const std::vector<Slot> slots =
+            axis == kMirrorRows ? std::vector<Slot>{} : std::vector<Slot>{slot};
+        cases->push_back({"Mirror" + name,
+                          {Read(Pairs(4)), Write(Pairs(4))},
+                          [=](const Views& v, ImageSize size) {
+                              return MirrorPacked(v[0].data, v[0].stride, v[1].data, v[1].stride,
+                                                  size, axis, order);
+                          },
+                          slots,
+                          {2, 1}});
+        cases->push_back({"MirrorInPlace" + name,
+                          {Change(Pairs(4))},
+                          [=](const Views& v, ImageSize size) {
+                              return MirrorPackedInPlace(v[0].data, v[0].stride, size, axis, order);
+                          },
+                          slots,
+                          {2, 1}});
+    };
     const char* const axes[] = {" rows", " columns", " both"};
+    for (int axis = 0; axis < 3; ++axis) {
+        addPacked(" YUY2"s + axes[axis], lumaFirst, axis, SLOT(channels.mirrorPairs[kLumaFirst]));
+        addPacked(" UYVY"s + axes[axis], lumaSecond, axis, SLOT(channels.mirrorPairs[kLumaSecond]));
+    }
     for (const Kind& kind : kinds)
         for (int axis = 0; axis < 3; ++axis) {
             const std::vector<Slot> slots =

@@ -73,13 +73,18 @@ inline void AnyWidth(std::int32_t units, Block block, Operands... operands) {
 }
 
 // The same for rows that are turned around: block(src, dst) mirrors kBlock pixels, and blocks are
-// taken from the end of src.
+// taken from the end of src. Meanwhile the row at `next` is fetched from its start: processors do
+// not foresee that a walk to the left goes on at the right end of the next row.
 template <int kBlock, int kBytes, class Block>
 inline void AnyWidthMirrored(std::int32_t pixels, Block block, const std::uint8_t* src,
-                             std::uint8_t* dst) {
+                             std::uint8_t* dst, const std::uint8_t* next) {
+    constexpr int kLineBytes = 64;
     std::ptrdiff_t done = 0;
-    for (; done + kBlock <= pixels; done += kBlock)
+    for (; done + kBlock <= pixels; done += kBlock) {
+        for (int line = 0; line < kBlock * kBytes; line += kLineBytes)
+            __builtin_prefetch(next + done * kBytes + line);
         block(src + (pixels - done - kBlock) * kBytes, dst + done * kBytes);
+    }
     const std::size_t rest = static_cast<std::size_t>(pixels - done);
     if (rest == 0) return;
     Rest<In<kBytes>, kBlock> from({src}, 0, rest);

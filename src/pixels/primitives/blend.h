@@ -6,9 +6,6 @@
 
 namespace qdvm {
 
-// Which byte of a pixel of packed 4:2:2 is luma.
-enum class PackedOrder : std::int32_t { kLumaFirst = 0, kLumaSecond = 1 };
-
 // With constant weights a and b, a + b = 256, each byte d = (s a + d b) >> 8. size.width in bytes.
 ImageStatus MixConst(const Sample* src, std::ptrdiff_t srcStride, Sample* dst,
                      std::ptrdiff_t dstStride, ImageSize size, int a, int b);

@@ -30,15 +30,32 @@ void Order4(const Sample* src, Sample* dst, std::int32_t n, const std::uint8_t* 
 }
 
 template <int kBytes>
-void Mirror(const Sample* src, Sample* dst, std::int32_t n) {
+void Mirror(const Sample* src, Sample* dst, std::int32_t n, const Sample* /*next*/) {
     for (std::ptrdiff_t i = 0; i < n; ++i)
         for (int c = 0; c < kBytes; ++c) dst[kBytes * i + c] = src[kBytes * (n - 1 - i) + c];
+}
+
+template <LumaPlace kPlace>
+void MirrorPairs(const Sample* src, Sample* dst, std::int32_t pairs, const Sample* /*next*/) {
+    constexpr int kChroma = 1 - kPlace;
+    for (std::ptrdiff_t i = 0; i < pairs; ++i) {
+        const Sample* from = src + 4 * (pairs - 1 - i);
+        Sample* to = dst + 4 * i;
+        to[kPlace] = from[kPlace + 2];
+        to[kPlace + 2] = from[kPlace];
+        to[kChroma] = from[kChroma];
+        to[kChroma + 2] = from[kChroma + 2];
+    }
 }
 
 }  // namespace
 
 const ChannelRows kChannelRowsPlain = {
-    Extract4, Set4, DropFourth, AddFourth, Order4, Mirror<1>, Mirror<2>, Mirror<3>, Mirror<4>,
+    Extract4,   Set4,
+    DropFourth, AddFourth,
+    Order4,     Mirror<1>,
+    Mirror<2>,  Mirror<3>,
+    Mirror<4>,  {MirrorPairs<kLumaFirst>, MirrorPairs<kLumaSecond>},
 };
 
 }  // namespace qdvm

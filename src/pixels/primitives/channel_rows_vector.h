@@ -76,24 +76,45 @@ inline void VectorOrder4(const Sample* src, Sample* dst, std::int32_t n,
         In<4>{src}, Out<4>{dst});
 }
 
-// Places that turn the units of kBytes bytes of a lane around.
-template <int kBytes>
+// Places that turn the units of kBytes bytes of a lane around; byte i of a unit comes from i with
+// the bits of kSwap changed.
+template <int kBytes, int kSwap = 0>
 inline V MirrorPlaces() {
     std::uint8_t places[16];
     for (int i = 0; i < 16; ++i)
-        places[i] = static_cast<std::uint8_t>(16 - kBytes - i / kBytes * kBytes + i % kBytes);
+        places[i] =
+            static_cast<std::uint8_t>(16 - kBytes - i / kBytes * kBytes + (i % kBytes ^ kSwap));
     return LoadLanes(places);
 }
 
+// Blocks of two vectors, a cache line where vectors are long.
 template <int kBytes>
-inline void VectorMirror(const Sample* src, Sample* dst, std::int32_t n) {
-    const V places = MirrorPlaces<kBytes>();
-    AnyWidthMirrored<kVectorBytes / kBytes, kBytes>(
-        n, [=](const Sample* from, Sample* to) { Store(to, Mirrored(Load(from), places)); }, src,
-        dst);
+inline void MirrorUnits(const Sample* src, Sample* dst, std::int32_t n, const Sample* next,
+                        V places) {
+    AnyWidthMirrored<2 * kVectorBytes / kBytes, kBytes>(
+        n,
+        [=](const Sample* from, Sample* to) {
+            const V first = Load(from);
+            Store(to, Mirrored(Load(from + kVectorBytes), places));
+            Store(to + kVectorBytes, Mirrored(first, places));
+        },
+        src, dst, next);
 }
 
-inline void VectorMirror3(const Sample* src, Sample* dst, std::int32_t n) {
+template <int kBytes>
+inline void VectorMirror(const Sample* src, Sample* dst, std::int32_t n, const Sample* next) {
+    MirrorUnits<kBytes>(src, dst, n, next, MirrorPlaces<kBytes>());
+}
+
+template <LumaPlace kPlace>
+inline void VectorMirrorPairs(const Sample* src, Sample* dst, std::int32_t pairs,
+                              const Sample* next) {
+    const V isLuma = All16(kPlace == kLumaFirst ? 0x00ff : 0xff00);
+    const V places = Or(And(MirrorPlaces<4, 2>(), isLuma), AndNot(isLuma, MirrorPlaces<4>()));
+    MirrorUnits<4>(src, dst, pairs, next, places);
+}
+
+inline void VectorMirror3(const Sample* src, Sample* dst, std::int32_t n, const Sample* next) {
     const V places = MirrorPlaces<4>();
     AnyWidthMirrored<kVectorBytes, 3>(
         n,
@@ -104,7 +125,7 @@ inline void VectorMirror3(const Sample* src, Sample* dst, std::int32_t n) {
                                  Mirrored(quads[1], places), Mirrored(quads[0], places)};
             StoreFourAsThree(to, turned);
         },
-        src, dst);
+        src, dst, next);
 }
 
 // The bytes of each 16-bit word at kPlace, of two vectors.
@@ -171,8 +192,11 @@ inline void VectorPack(const Sample* y, const Sample* c0, const Sample* c1, Samp
 }
 
 inline void UseVectorRows(ChannelRows* rows) {
-    *rows = {VectorExtract4,  VectorSet4,      VectorDropFourth, VectorAddFourth, VectorOrder4,
-             VectorMirror<1>, VectorMirror<2>, VectorMirror3,    VectorMirror<4>};
+    *rows = {VectorExtract4,   VectorSet4,
+             VectorDropFourth, VectorAddFourth,
+             VectorOrder4,     VectorMirror<1>,
+             VectorMirror<2>,  VectorMirror3,
+             VectorMirror<4>,  {VectorMirrorPairs<kLumaFirst>, VectorMirrorPairs<kLumaSecond>}};
 }
 
 inline void UseVectorRows(PackedRows* rows) {

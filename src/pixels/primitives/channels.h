@@ -52,4 +52,12 @@ ImageStatus MirrorInPlace_8u_C4(Sample* buffer, std::ptrdiff_t stride, ImageSize
 ImageStatus MirrorInPlace_16u_C1(Sample* buffer, std::ptrdiff_t stride, ImageSize size,
                                  std::int32_t axis);
 
+// The same for packed 4:2:2, in pairs of pixels: chroma goes along with its pair and keeps its
+// places in it. The width is rounded down to even.
+ImageStatus MirrorPacked(const Sample* src, std::ptrdiff_t srcStride, Sample* dst,
+                         std::ptrdiff_t dstStride, ImageSize size, std::int32_t axis,
+                         PackedOrder order);
+ImageStatus MirrorPackedInPlace(Sample* buffer, std::ptrdiff_t stride, ImageSize size,
+                                std::int32_t axis, PackedOrder order);
+
 }  // namespace qdvm

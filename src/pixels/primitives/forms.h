@@ -26,10 +26,15 @@ struct ChannelRows {
                       std::int32_t n);  // dst keeps its fourth bytes
     // New byte i of a group is old byte order[i]; src may be dst.
     void (*order4)(const Sample* src, Sample* dst, std::int32_t n, const std::uint8_t* order);
-    void (*mirror1)(const Sample* src, Sample* dst, std::int32_t n);
-    void (*mirror2)(const Sample* src, Sample* dst, std::int32_t n);
-    void (*mirror3)(const Sample* src, Sample* dst, std::int32_t n);
-    void (*mirror4)(const Sample* src, Sample* dst, std::int32_t n);
+    // Pixels of one to four bytes. `next` is a row of as many that is read soon, for forms that can
+    // have it fetched meanwhile; src for none.
+    void (*mirror1)(const Sample* src, Sample* dst, std::int32_t n, const Sample* next);
+    void (*mirror2)(const Sample* src, Sample* dst, std::int32_t n, const Sample* next);
+    void (*mirror3)(const Sample* src, Sample* dst, std::int32_t n, const Sample* next);
+    void (*mirror4)(const Sample* src, Sample* dst, std::int32_t n, const Sample* next);
+    // Pairs of packed 4:2:2: both pixels change places, chroma stays where chroma is.
+    void (*mirrorPairs[kLumaPlaces])(const Sample* src, Sample* dst, std::int32_t pairs,
+                                     const Sample* next);
 };
 
 // Packed 4:2:2 from and to planes. `c0` takes or gives the first chroma byte of each group.

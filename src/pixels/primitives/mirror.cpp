@@ -9,49 +9,48 @@ namespace qdvm {
 
 namespace {
 
-using MirrorRow = void (*)(const Sample* src, Sample* dst, std::int32_t n);
+// What changes places: pixels of so many bytes, or pairs of pixels that are turned in themselves.
+struct Units {
+    int bytes;
+    void (*mirrorRow)(const Sample* src, Sample* dst, std::int32_t n, const Sample* next);
+};
 
-MirrorRow MirrorRowOf(int pixelBytes) {
-    const ChannelRows& forms = Forms().channels;
-    switch (pixelBytes) {
-        case 1:
-            return forms.mirror1;
-        case 2:
-            return forms.mirror2;
-        case 3:
-            return forms.mirror3;
-        default:
-            return forms.mirror4;
-    }
+Units PairsOf(PackedOrder order) {
+    return {4, Forms().channels.mirrorPairs[static_cast<int>(order)]};
 }
+
+// In units.
+ImageSize PairSize(ImageSize size) { return {size.width / 2, size.height}; }
 
 bool IsAxis(std::int32_t axis) { return axis >= kMirrorRows && axis <= kMirrorBoth; }
 
 ImageStatus Mirror(const Sample* src, std::ptrdiff_t srcStride, Sample* dst,
-                   std::ptrdiff_t dstStride, ImageSize size, std::int32_t axis, int pixelBytes) {
-    const std::ptrdiff_t rowBytes = std::ptrdiff_t{size.width} * pixelBytes;
+                   std::ptrdiff_t dstStride, ImageSize size, std::int32_t axis, Units units) {
+    const std::ptrdiff_t rowBytes = std::ptrdiff_t{size.width} * units.bytes;
     const ImageStatus status =
         CheckSides(size, kOnePixel, Side{src, srcStride, rowBytes, size.height},
                    Side{dst, dstStride, rowBytes, size.height});
     if (status != kImageOk) return status;
     if (!IsAxis(axis)) return kImageNotSupported;
     if (axis != kMirrorColumns) {
-        dst += (size.height - 1) * dstStride;
-        dstStride = -dstStride;
+        src += (size.height - 1) * srcStride;
+        srcStride = -srcStride;
     }
-    const MirrorRow mirrorRow = MirrorRowOf(pixelBytes);
     for (std::ptrdiff_t row = 0; row < size.height; ++row) {
         const Sample* from = src + row * srcStride;
         Sample* to = dst + row * dstStride;
+        // With both axes the walk goes on to the left anyway.
+        const bool jumps = axis == kMirrorColumns && row + 1 < size.height;
         if (axis == kMirrorRows)
             std::memcpy(to, from, static_cast<std::size_t>(rowBytes));
         else
-            mirrorRow(from, to, size.width);
+            units.mirrorRow(from, to, size.width, jumps ? from + srcStride : from);
     }
     return kImageOk;
 }
 
-constexpr std::ptrdiff_t kSwapBytes = 3072;  // whole pixels of any size
+constexpr std::ptrdiff_t kSwapBytes = 3072;  // whole units of any size
+constexpr int kMaxUnitBytes = 4;
 
 void SwapRows(Sample* a, Sample* b, std::ptrdiff_t bytes) {
     Sample kept[kSwapBytes];
@@ -63,40 +62,41 @@ void SwapRows(Sample* a, Sample* b, std::ptrdiff_t bytes) {
     }
 }
 
-// Exchanges the pixels of a with those of b, both in reverse. a and b do not overlap.
-void SwapMirrored(MirrorRow mirrorRow, Sample* a, Sample* b, std::int32_t width, int pixelBytes) {
+// Exchanges the units of a with those of b, both in reverse. a and b do not overlap.
+void SwapMirrored(Units units, Sample* a, Sample* b, std::int32_t width) {
     Sample kept[kSwapBytes];
-    const std::int32_t most = static_cast<std::int32_t>(kSwapBytes / pixelBytes);
+    const std::int32_t most = static_cast<std::int32_t>(kSwapBytes / units.bytes);
     for (std::int32_t done = 0; done < width; done += most) {
         const std::int32_t part = std::min(most, width - done);
-        Sample* left = a + std::ptrdiff_t{done} * pixelBytes;
-        Sample* right = b + std::ptrdiff_t{width - done - part} * pixelBytes;
+        Sample* left = a + std::ptrdiff_t{done} * units.bytes;
+        Sample* right = b + std::ptrdiff_t{width - done - part} * units.bytes;
         std::memcpy(kept, left,
-                    static_cast<std::size_t>(part) * static_cast<std::size_t>(pixelBytes));
-        mirrorRow(right, left, part);
-        mirrorRow(kept, right, part);
+                    static_cast<std::size_t>(part) * static_cast<std::size_t>(units.bytes));
+        units.mirrorRow(right, left, part, right);
+        units.mirrorRow(kept, right, part, kept);
     }
 }
 
-// The middle pixel of an odd width stays.
-void MirrorRowInPlace(MirrorRow mirrorRow, Sample* row, std::int32_t width, int pixelBytes) {
+void MirrorRowInPlace(Units units, Sample* row, std::int32_t width) {
     const std::int32_t half = width / 2;
-    if (half > 0)
-        SwapMirrored(mirrorRow, row, row + std::ptrdiff_t{width - half} * pixelBytes, half,
-                     pixelBytes);
+    if (half > 0) SwapMirrored(units, row, row + std::ptrdiff_t{width - half} * units.bytes, half);
+    if (width % 2 == 0) return;
+    Sample* middle = row + std::ptrdiff_t{half} * units.bytes;
+    Sample kept[kMaxUnitBytes];
+    std::memcpy(kept, middle, static_cast<std::size_t>(units.bytes));
+    units.mirrorRow(kept, middle, 1, kept);
 }
 
 ImageStatus MirrorInPlace(Sample* buffer, std::ptrdiff_t stride, ImageSize size, std::int32_t axis,
-                          int pixelBytes) {
-    const std::ptrdiff_t rowBytes = std::ptrdiff_t{size.width} * pixelBytes;
+                          Units units) {
+    const std::ptrdiff_t rowBytes = std::ptrdiff_t{size.width} * units.bytes;
     const ImageStatus status =
         CheckSides(size, kOnePixel, Side{buffer, stride, rowBytes, size.height});
     if (status != kImageOk) return status;
     if (!IsAxis(axis)) return kImageNotSupported;
-    const MirrorRow mirrorRow = MirrorRowOf(pixelBytes);
     if (axis == kMirrorColumns) {
         for (std::ptrdiff_t row = 0; row < size.height; ++row)
-            MirrorRowInPlace(mirrorRow, buffer + row * stride, size.width, pixelBytes);
+            MirrorRowInPlace(units, buffer + row * stride, size.width);
         return kImageOk;
     }
     std::ptrdiff_t top = 0;
@@ -105,11 +105,10 @@ ImageStatus MirrorInPlace(Sample* buffer, std::ptrdiff_t stride, ImageSize size,
         if (axis == kMirrorRows)
             SwapRows(buffer + top * stride, buffer + bottom * stride, rowBytes);
         else
-            SwapMirrored(mirrorRow, buffer + top * stride, buffer + bottom * stride, size.width,
-                         pixelBytes);
+            SwapMirrored(units, buffer + top * stride, buffer + bottom * stride, size.width);
     }
     if (axis == kMirrorBoth && top == bottom)
-        MirrorRowInPlace(mirrorRow, buffer + top * stride, size.width, pixelBytes);
+        MirrorRowInPlace(units, buffer + top * stride, size.width);
     return kImageOk;
 }
 
@@ -117,42 +116,53 @@ ImageStatus MirrorInPlace(Sample* buffer, std::ptrdiff_t stride, ImageSize size,
 
 ImageStatus Mirror_8u_C1(const Sample* src, std::ptrdiff_t srcStride, Sample* dst,
                          std::ptrdiff_t dstStride, ImageSize size, std::int32_t axis) {
-    return Mirror(src, srcStride, dst, dstStride, size, axis, 1);
+    return Mirror(src, srcStride, dst, dstStride, size, axis, {1, Forms().channels.mirror1});
 }
 
 ImageStatus Mirror_8u_C3(const Sample* src, std::ptrdiff_t srcStride, Sample* dst,
                          std::ptrdiff_t dstStride, ImageSize size, std::int32_t axis) {
-    return Mirror(src, srcStride, dst, dstStride, size, axis, 3);
+    return Mirror(src, srcStride, dst, dstStride, size, axis, {3, Forms().channels.mirror3});
 }
 
 ImageStatus Mirror_8u_C4(const Sample* src, std::ptrdiff_t srcStride, Sample* dst,
                          std::ptrdiff_t dstStride, ImageSize size, std::int32_t axis) {
-    return Mirror(src, srcStride, dst, dstStride, size, axis, 4);
+    return Mirror(src, srcStride, dst, dstStride, size, axis, {4, Forms().channels.mirror4});
 }
 
 ImageStatus Mirror_16u_C1(const Sample* src, std::ptrdiff_t srcStride, Sample* dst,
                           std::ptrdiff_t dstStride, ImageSize size, std::int32_t axis) {
-    return Mirror(src, srcStride, dst, dstStride, size, axis, 2);
+    return Mirror(src, srcStride, dst, dstStride, size, axis, {2, Forms().channels.mirror2});
 }
 
 ImageStatus MirrorInPlace_8u_C1(Sample* buffer, std::ptrdiff_t stride, ImageSize size,
                                 std::int32_t axis) {
-    return MirrorInPlace(buffer, stride, size, axis, 1);
+    return MirrorInPlace(buffer, stride, size, axis, {1, Forms().channels.mirror1});
 }
 
 ImageStatus MirrorInPlace_8u_C3(Sample* buffer, std::ptrdiff_t stride, ImageSize size,
                                 std::int32_t axis) {
-    return MirrorInPlace(buffer, stride, size, axis, 3);
+    return MirrorInPlace(buffer, stride, size, axis, {3, Forms().channels.mirror3});
 }
 
 ImageStatus MirrorInPlace_8u_C4(Sample* buffer, std::ptrdiff_t stride, ImageSize size,
                                 std::int32_t axis) {
-    return MirrorInPlace(buffer, stride, size, axis, 4);
+    return MirrorInPlace(buffer, stride, size, axis, {4, Forms().channels.mirror4});
 }
 
 ImageStatus MirrorInPlace_16u_C1(Sample* buffer, std::ptrdiff_t stride, ImageSize size,
                                  std::int32_t axis) {
-    return MirrorInPlace(buffer, stride, size, axis, 2);
+    return MirrorInPlace(buffer, stride, size, axis, {2, Forms().channels.mirror2});
+}
+
+ImageStatus MirrorPacked(const Sample* src, std::ptrdiff_t srcStride, Sample* dst,
+                         std::ptrdiff_t dstStride, ImageSize size, std::int32_t axis,
+                         PackedOrder order) {
+    return Mirror(src, srcStride, dst, dstStride, PairSize(size), axis, PairsOf(order));
+}
+
+ImageStatus MirrorPackedInPlace(Sample* buffer, std::ptrdiff_t stride, ImageSize size,
+                                std::int32_t axis, PackedOrder order) {
+    return MirrorInPlace(buffer, stride, PairSize(size), axis, PairsOf(order));
 }
 
 }  // namespace qdvm

@@ -37,6 +37,9 @@ inline constexpr ImageStatus kImageNoMemory = -9;
 inline constexpr ImageStatus kImageStrideError = -14;  // rows of a region would overlap
 inline constexpr ImageStatus kImageNotSupported = -9999;
 
+// Which byte of a pixel of packed 4:2:2 is luma.
+enum class PackedOrder : std::int32_t { kLumaFirst = 0, kLumaSecond = 1 };
+
 // Three planes in the order Y, U, V, with their strides in bytes.
 using ConstPlanes = const Sample* const*;
 using Planes = Sample* const*;
