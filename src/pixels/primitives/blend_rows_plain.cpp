@@ -126,9 +126,10 @@ void MixPlanePacked(const Sample* src, const Sample* plane, Sample* dst, std::in
     }
 }
 
-void BlendPattern(const Sample* pattern, Sample* row, std::int32_t n, int alpha) {
+void BlendPattern(const std::uint16_t* even, const std::uint16_t* odd, Sample* row, std::int32_t n,
+                  int weight) {
     for (std::ptrdiff_t i = 0; i < n; ++i)
-        row[i] = static_cast<Sample>((row[i] * (255 - alpha) + pattern[i] * alpha) >> 8);
+        row[i] = static_cast<Sample>((row[i] * weight + (i % 2 ? odd : even)[i / 2]) >> 8);
 }
 
 }  // namespace

@@ -156,21 +156,22 @@ inline void VectorMixConstPacked(const Sample* src, Sample* dst, std::int32_t pa
     VectorMix<7>(src, dst, 4 * pairs, a2);
 }
 
-inline void VectorBlendPattern(const Sample* pattern, Sample* row, std::int32_t n, int alpha) {
-    const V weight = All16(alpha);
-    const V zero = Zero();
-    const auto blend = [=](V c, V d) {
-        return Right16<8>(Add16(Mul16(Sub16(c, d), weight), Sub16(Left16<8>(d), d)));
-    };
+// Even and odd bytes as words, neither unpacked nor packed again.
+inline void VectorBlendPattern(const std::uint16_t* even, const std::uint16_t* odd, Sample* row,
+                               std::int32_t n, int weight) {
+    const V factor = All16(weight);
+    const V low = All16(0xff);
     AnyWidth<kVectorBytes>(
         n,
-        [=](const Sample* from, Sample* to) {
-            const V c = Load(from);
-            const V d = Load(to);
-            Store(to, Narrow16(blend(Low8(c, zero), Low8(d, zero)),
-                               blend(High8(c, zero), High8(d, zero))));
+        [=](Sample* to) mutable {
+            const V old = Load(to);
+            const V evens = Add16(Mul16(And(old, low), factor), Load(even));
+            const V odds = Add16(Mul16(Right16<8>(old), factor), Load(odd));
+            Store(to, Or(Right16<8>(evens), AndNot(low, odds)));
+            even += kVectorBytes / 2;
+            odd += kVectorBytes / 2;
         },
-        In<1>{pattern}, InOut<1>{row});
+        InOut<1>{row});
 }
 
 // --- Blends through a plane: (s a + d (255 - a) + 255) >> 8 = ((s - d) a + 256 d + 255 - d) >> 8.

@@ -24,7 +24,7 @@ ImageStatus CheckFill(const Sample* group, std::size_t groupBytes, const Sample*
         Side{dst, dstStride, size.width * static_cast<std::ptrdiff_t>(groupBytes), size.height});
 }
 
-// Repeats the group over `bytes` bytes, a multiple of its length, by doubling what is there.
+// Repeats the group over `bytes` bytes, at least one group, by doubling what is there.
 void RepeatGroup(const void* group, std::size_t groupBytes, Sample* row, std::size_t bytes) {
     std::memcpy(row, group, groupBytes);
     for (std::size_t done = groupBytes; done < bytes; done += std::min(done, bytes - done))
@@ -43,6 +43,27 @@ ImageStatus SetPattern(const void* pattern, std::size_t patternBytes, void* dst,
         std::memcpy(row + done, row, std::min(block, bytes - done));
     return kImageOk;
 }
+
+constexpr int kOpaque = 255;
+
+// The group times its alpha, along a row as far as patterns go.
+struct BlendWords {
+    std::uint16_t even[kPatternBytes / 2];
+    std::uint16_t odd[kPatternBytes / 2];
+
+    BlendWords(const Sample* group, std::size_t groupBytes, Sample alpha, std::size_t rowBytes) {
+        // Groups of any length begin anew after so many even and odd bytes.
+        constexpr std::size_t kPeriod = 6;
+        std::uint16_t first[2][kPeriod];
+        for (std::size_t i = 0; i < 2 * kPeriod; ++i)
+            first[i % 2][i / 2] = static_cast<std::uint16_t>(group[i % groupBytes] * alpha);
+        const std::size_t blocks = (rowBytes + kPatternBlock - 1) / kPatternBlock;
+        const std::size_t bytes =
+            std::max(std::min(blocks * kPatternBlock, kPatternBytes), sizeof(first[0]));
+        RepeatGroup(first[0], sizeof(first[0]), reinterpret_cast<Sample*>(even), bytes);
+        RepeatGroup(first[1], sizeof(first[1]), reinterpret_cast<Sample*>(odd), bytes);
+    }
+};
 
 }  // namespace
 
@@ -68,13 +89,12 @@ ImageStatus BlendFillRows(const Sample* group, std::size_t groupBytes, Sample al
     if (status != kImageOk) return status;
     const auto blend = Forms().blends.blendPattern;
     const std::size_t rowBytes = static_cast<std::size_t>(size.width) * groupBytes;
-    Sample pattern[kPatternBytes];
-    RepeatGroup(group, groupBytes, pattern,
-                std::min(rowBytes, kPatternBytes / groupBytes * groupBytes));
+    const BlendWords words(group, groupBytes, alpha, rowBytes);
     for (std::ptrdiff_t row = 0; row < size.height; ++row)
         for (std::size_t done = 0; done < rowBytes; done += kPatternBytes)
-            blend(pattern, dst + row * dstStride + done,
-                  static_cast<std::int32_t>(std::min(kPatternBytes, rowBytes - done)), alpha);
+            blend(words.even, words.odd, dst + row * dstStride + done,
+                  static_cast<std::int32_t>(std::min(kPatternBytes, rowBytes - done)),
+                  kOpaque - alpha);
     return kImageOk;
 }
 

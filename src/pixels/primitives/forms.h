@@ -113,12 +113,17 @@ struct BlendRows {
     void (*mixPlaneHalf)(const Sample* src, const Sample* plane, Sample* dst, std::int32_t n);
     void (*mixPlanePacked[kLumaPlaces])(const Sample* src, const Sample* plane, Sample* dst,
                                         std::int32_t pairs);
-    void (*blendPattern)(const Sample* pattern, Sample* row, std::int32_t n, int alpha);
+    // row = (row weight + addend) >> 8, with the addends of bytes 0, 2, 4 .. and 1, 3, 5 .. apart.
+    // Those of the bytes up to a multiple of kPatternBlock may be read too.
+    void (*blendPattern)(const std::uint16_t* even, const std::uint16_t* odd, Sample* row,
+                         std::int32_t n, int weight);
 };
 
 // Where the samples of a run of target columns come from: `taps` neighbours, the first at `first`.
 struct LinearColumns;
 struct CubicColumns;
+
+inline constexpr int kPatternBlock = 32;
 
 inline constexpr int kPixelSizes = 3;  // of 1, 3 and 4 bytes
 
