@@ -48,6 +48,7 @@ inline constexpr GUID CLSID_QDVideoMixer = {
     0x1F0B7C0E, 0x5D5C, 0x4E0A, {0x8D, 0x0B, 0x6C, 0x2C, 0x0E, 0x7B, 0x9A, 0x10}};
 
 struct IQDVideoMixer : IUnknown {
+    // SetBackground2 at once.
     virtual HRESULT SetBackground(eVM_Background _eBackGround, LONG _nColor, BSTR _bsFileName) = 0;
 
     // Asks for an output format. Any field may be 0: follow the inputs. Null follows them in all.
@@ -89,8 +90,14 @@ struct IQDVideoMixer : IUnknown {
     virtual HRESULT KeepStreamRate(LONG _nStreamNo, BOOL _bKeep) = 0;
     virtual HRESULT IsKeepStreamRate(LONG _nStreamNo, BOOL* _pbKeeped) = 0;
 
-    // _bsFile: a picture, or "Rect", "Rounded Rect", "Circle"; null or empty takes the mask away.
+    // A picture that scales with the rect and multiplies its opacity: the brighter, the more is
+    // seen. _bsFile: a picture file, or "Rect", "Rounded Rect", "Circle" in any case of letters;
+    // null or empty takes the mask and its name away. The result of the file if it can't be read
+    // (0x80070002, E_FAIL, E_OUTOFMEMORY); the rect then stays as it is.
     virtual HRESULT SetRectMask(LONG _nStream, LONG _nRect, BSTR _bsFile) = 0;
+
+    // The same with a bitmap (bitmap.h) of 24 or 32 bits and a name for it. The bitmap is copied
+    // and stays the caller's. E_POINTER for handle 0, E_HANDLE, E_INVALIDARG for another depth.
     virtual HRESULT SetRectMaskHandle(LONG _nStream, LONG _nRect, LONG _lHandle,
                                       BSTR _bsMaskName) = 0;
 
@@ -107,6 +114,11 @@ struct IQDVideoMixer : IUnknown {
     // Every out pointer may be null.
     virtual HRESULT GetBackground(eVM_Background* _peBackGround, LONG* _pnColor,
                                   BSTR* _pbsFileName) = 0;
+
+    // _nColor counts for eVMB_Color, _bsFileName for eVMB_Image: a picture file, which is stretched
+    // to the output. E_INVALIDARG without a name, the file's result if it can't be read
+    // (0x80070002, E_FAIL, E_OUTOFMEMORY); the background then stays as it is. Fades from a colour
+    // or picture to a colour or picture.
     virtual HRESULT SetBackground2(eVM_Background _eBackGround, LONG _nColor, BSTR _bsFileName,
                                    LONG _nMSecToChange) = 0;
 
@@ -114,7 +126,9 @@ struct IQDVideoMixer : IUnknown {
     virtual HRESULT LoopStream(LONG _nStreamNo, BOOL _bLoop, BOOL _bStopAllForEOS) = 0;
     virtual HRESULT IsStreamLooped(LONG _nStreamNo, BOOL* _pbLooped, BOOL* _pbStopAllForEOS) = 0;
 
-    // The last output frame as a bitmap; VFW_E_WRONG_STATE before the first frame.
+    // The last output frame as a bitmap of 24 bits (bitmap.h), which the caller deletes.
+    // _bOnlyOneField: of interlaced frames only the field of the top line, at full height.
+    // VFW_E_WRONG_STATE before the first frame.
     virtual HRESULT CaptureBitmap(LONG* _phBitmap, BOOL _bOnlyOneField) = 0;
 
     // Lost from now until the stream's next frame.

@@ -93,6 +93,7 @@ HRESULT CCoQDVideoMixer::RebuildOutput(MediaType* built) {
         result = outputPin->SetOutputType(built);
         if (Failed(result)) return result;
     }
+    background.DropPicture();
     RebuildOutputTypes(*built, given);
     Trace("[NEW OUTPUT] %08X %d x %d, %lld00 ns", static_cast<unsigned>(picture.fccType),
           picture.nWidth, picture.nHeight, static_cast<long long>(outputFrameTime));

@@ -1,57 +1,162 @@
 #include "mixer/background.h"
 
+#include "frames/format_table.h"
 #include "frames/media_type_map.h"
 #include "frames/rounding.h"
 #include "mixer/mixer_core.h"
 #include "mixer/rect_change.h"
+#include "pixels/convert_picture.h"
+#include "pixels/img_copy.h"
 #include "pixels/img_fill.h"
+#include "pixels/img_mix.h"
+#include "pixels/img_resize.h"
 #include "platform/counted_string.h"
 #include "platform/trace.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace qdvm {
+namespace {
 
-HRESULT Background::Set(eVM_Background newKind, std::int32_t newColour, BSTR fileName,
-                        std::int32_t frames) {
-    if (newKind == eVMB_Image) {
-        if (!fileName) return E_INVALIDARG;
-        Trace("[Background] no picture decoder in this version");
-        return E_NOTIMPL;
-    }
-    previousKind = kind;
-    previousColour = colour;
-    if (newKind == eVMB_Color) colour = newColour;
-    kind = newKind;
+constexpr std::int32_t kOpaque = 255;
+constexpr std::uint32_t kOpaqueBlack = 0xFF000000u;
+
+void Fill(BYTE* frame, const PIC_PROPS& outProps, std::int32_t colour, std::int32_t opacity) {
+    // A fill with nothing would still take a step off every sample.
+    if (opacity == 0) return;
+    (void)Img_FillRect(frame, &outProps, static_cast<std::uint32_t>(colour), nullptr, opacity);
+}
+
+}  // namespace
+
+bool Background::Picture::IsFor(const PIC_PROPS& output) const {
+    return props.fccType == output.fccType && props.nWidth == output.nWidth &&
+           props.nHeight == output.nHeight;
+}
+
+bool Background::Picture::Copy(BYTE* frame, const PIC_PROPS& output) const {
+    if (pixels.IsEmpty() || !IsFor(output)) return false;
+    return Img_CopyRect(pixels.At(0), frame, &props, &output, nullptr, nullptr) == S_OK;
+}
+
+void Background::StartFade(eVM_Background newKind, std::int32_t frames) {
     fadeFrames = std::max(frames, 0);
     fadeDone = 0;
-    if (fadeFrames == 0) previousKind = eVMB_None;
-    return S_OK;
+    previousKind = fadeFrames > 0 ? kind : eVMB_None;
+    previousColour = colour;
+    previousPicture.pixels.Clear();
+    // Without the memory for it the new background just appears at once.
+    if (previousKind == eVMB_Image && Succeeded(previousPicture.pixels.Assign(picture.pixels)))
+        previousPicture.props = picture.props;
+    kind = newKind;
+}
+
+void Background::Set(eVM_Background newKind, std::int32_t newColour, std::int32_t frames) {
+    StartFade(newKind, frames);
+    if (newKind == eVMB_Color) colour = newColour;
+}
+
+void Background::SetImage(LoadedImage image, std::u16string_view name, std::int32_t frames,
+                          const PIC_PROPS* output) {
+    StartFade(eVMB_Image, frames);
+    source = std::move(image);
+    imageName = name;
+    DropPicture();
+    if (output) RefreshBackgroundPicture(*output);
+}
+
+void Background::RefreshBackgroundPicture(const PIC_PROPS& output) {
+    if (kind != eVMB_Image || source.pixels.IsEmpty()) return;
+    if (!isPictureStale.exchange(false) && picture.IsFor(output)) return;
+    picture.pixels.Clear();
+    picture.props = output;
+    const HRESULT result = MakePicture(output);
+    if (Succeeded(result)) return;
+    picture.pixels.Clear();
+    // Memory may come back; a format without a conversion stays one.
+    if (result == E_OUTOFMEMORY) DropPicture();
+    Trace("[Background] no picture in the output's format: %08X", static_cast<unsigned>(result));
+}
+
+// Scaled first, in the file's own format, then converted.
+HRESULT Background::MakePicture(const PIC_PROPS& output) {
+    PIC_PROPS scaled = output;
+    scaled.fccType = source.props.fccType;
+    CBLOBHolder<CNewAlloc> temporary;
+    HRESULT result = temporary.Resize(FrameBytes(scaled));
+    if (Failed(result)) return result;
+    result = Img_Resize(source.pixels.At(0), temporary.At(0), &source.props, &scaled, nullptr,
+                        nullptr, kResizeMaskLinear, nullptr);
+    if (result != S_OK) return Failed(result) ? result : E_FAIL;
+    result = picture.pixels.Resize(FrameBytes(output));
+    if (Failed(result)) return result;
+    return ConvertPicture(temporary.At(0), picture.pixels.At(0), scaled, output, false);
+}
+
+// The opacity that what comes over it has: kOpaque if nothing of the previous background shows.
+std::int32_t Background::PaintPrevious(BYTE* frame, const PIC_PROPS& outProps) const {
+    const bool isColour = previousKind == eVMB_Color;
+    if (isColour) Fill(frame, outProps, previousColour, kOpaque);
+    const bool isThere =
+        isColour || (previousKind == eVMB_Image && previousPicture.Copy(frame, outProps));
+    return isThere ? RoundToInt32(static_cast<double>(kOpaque) * fadeDone / fadeFrames) : kOpaque;
+}
+
+void Background::PaintPicture(BYTE* frame, const PIC_PROPS& outProps, std::int32_t opacity) const {
+    if (opacity == 0) return;
+    if (opacity == kOpaque) {
+        // Black rather than what the frame before has left.
+        if (!picture.Copy(frame, outProps))
+            (void)Img_FillRect(frame, &outProps, kOpaqueBlack, nullptr, kOpaque);
+        return;
+    }
+    if (picture.pixels.IsEmpty()) return;
+    // 255 parts as 256, so that the two weights add up and a fade keeps its brightness.
+    const std::int32_t weight = opacity + (opacity >> 7);
+    (void)Img_MixConst(picture.pixels.At(0), frame, weight, 256 - weight, &picture.props, &outProps,
+                       nullptr, nullptr);
 }
 
 void Background::Paint(BYTE* frame, const PIC_PROPS& outProps) {
     if (kind == eVMB_Color) {
-        std::int32_t alpha = 255;
-        if (previousKind == eVMB_Color) {
-            (void)Img_FillRect(frame, &outProps, static_cast<std::uint32_t>(previousColour),
-                               nullptr, 255);
-            alpha = RoundToInt32(255.0 * fadeDone / fadeFrames);
-        }
-        // At 0 a fill would take a step off every sample, and the fade begins with the old colour.
-        if (alpha != 0)
-            (void)Img_FillRect(frame, &outProps, static_cast<std::uint32_t>(colour), nullptr,
-                               alpha);
+        Fill(frame, outProps, colour, PaintPrevious(frame, outProps));
+    } else if (kind == eVMB_Image) {
+        RefreshBackgroundPicture(outProps);
+        PaintPicture(frame, outProps, PaintPrevious(frame, outProps));
     }
     if (previousKind == eVMB_None) return;
     if (++fadeDone >= fadeFrames) previousKind = eVMB_None;
 }
 
-HRESULT MixerCore::SetBackgroundLocked(eVM_Background kind, LONG colour, BSTR fileName,
-                                       std::int32_t milliseconds) {
+HRESULT MixerCore::LoadBackground(eVM_Background kind, BSTR fileName, LoadedImage* image) const {
+    if (kind != eVMB_Image) return S_OK;
+    if (!fileName) return E_INVALIDARG;
+    const bool hasAlpha = outputStage->OutputProps().picProps.fccType == kFccARGB32;
+    return LoadImage(ViewOf(fileName), hasAlpha, image);
+}
+
+void MixerCore::SetLoadedBackground(eVM_Background kind, LONG colour, BSTR fileName,
+                                    LoadedImage image, std::int32_t milliseconds) {
     const std::int64_t period = outputStage->OutputTypeFrameTime();
     const std::int32_t frames =
         RectFrames(std::max(milliseconds, 0), period > 0 ? period : kDefaultFrameTime);
-    return background.Set(kind, colour, fileName, frames);
+    if (kind != eVMB_Image) {
+        background.Set(kind, colour, frames);
+        return;
+    }
+    const PIC_PROPS output = outputStage->OutputProps().picProps;
+    background.SetImage(std::move(image), ViewOf(fileName), frames,
+                        outputStage->IsConnected() ? &output : nullptr);
+}
+
+HRESULT MixerCore::SetBackgroundLocked(eVM_Background kind, LONG colour, BSTR fileName,
+                                       std::int32_t milliseconds) {
+    LoadedImage image;
+    const HRESULT result = LoadBackground(kind, fileName, &image);
+    if (Failed(result)) return result;
+    SetLoadedBackground(kind, colour, fileName, std::move(image), milliseconds);
+    return S_OK;
 }
 
 HRESULT MixerCore::SetBackground(eVM_Background _eBackGround, LONG _nColor, BSTR _bsFileName) {
@@ -60,10 +165,14 @@ HRESULT MixerCore::SetBackground(eVM_Background _eBackGround, LONG _nColor, BSTR
 
 HRESULT MixerCore::SetBackground2(eVM_Background _eBackGround, LONG _nColor, BSTR _bsFileName,
                                   LONG _nMSecToChange) {
+    // With no lock held: the output goes on while a picture is decoded.
+    LoadedImage image;
+    const HRESULT result = LoadBackground(_eBackGround, _bsFileName, &image);
+    if (Failed(result)) return result;
     SharedLockGuard mix(mixLock, SharedLockGuard::Mode::kExclusive);
-    const HRESULT result = SetBackgroundLocked(_eBackGround, _nColor, _bsFileName, _nMSecToChange);
-    if (Succeeded(result)) dirty = true;
-    return result;
+    SetLoadedBackground(_eBackGround, _nColor, _bsFileName, std::move(image), _nMSecToChange);
+    dirty = true;
+    return S_OK;
 }
 
 HRESULT MixerCore::GetBackground(eVM_Background* _peBackGround, LONG* _pnColor,

@@ -3,7 +3,6 @@
 #include "mixer/mixer_core.h"
 
 #include "frames/media_type_map.h"
-#include "platform/trace.h"
 
 namespace qdvm {
 namespace {
@@ -47,14 +46,6 @@ HRESULT MixerCore::GetInputProps(LONG _nStreamNo, VM_VIDEO_PROPS* _pProps) {
     _pProps->dblRealFPS = RateOf(static_cast<std::uint32_t>(stream->framesReceived.load()),
                                  startTick, stream->lastReceiveTick);
     return S_OK;
-}
-
-HRESULT MixerCore::CaptureBitmap(LONG* _phBitmap, BOOL /*_bOnlyOneField*/) {
-    if (!_phBitmap) return E_POINTER;
-    ScopedLock guard(captureLock);
-    if (!lastFrame) return VFW_E_WRONG_STATE;
-    Trace("[Capture] no conversion to RGB24 in this version");
-    return E_NOTIMPL;
 }
 
 HRESULT MixerCore::GetStreamStatus(LONG _nStreamNo, VM_STREAM_STATUS* _pStatus) {

@@ -3,12 +3,12 @@
 #include "frames/format_table.h"
 #include "frames/media_type_map.h"
 #include "frames/rounding.h"
+#include "mixer/colour_bars.h"
 #include "pixels/img_fill.h"
 #include "platform/ticks.h"
 #include "platform/trace.h"
 
 #include <algorithm>
-#include <optional>
 #include <utility>
 
 namespace qdvm {
@@ -143,22 +143,27 @@ HRESULT InputStream::MarkStreamLost(bool lostNow, std::int32_t maxWait, const eV
 }
 
 HRESULT InputStream::BuildLostPicture(eVM_LostShow show) {
-    std::optional<std::uint32_t> colour;
-    if (show == eVMLS_Black) colour = 0xFF000000u;
-    if (show == eVMLS_White) colour = 0xFFFFFFFFu;
     lostPicture.Clear();
     pixels.DropDerived();
-    if (!colour) {
-        if (show != eVMLS_Bars && show != eVMLS_Prepared) return S_OK;
-        Trace("[Lost picture] no stages to make colour bars");
-        return E_UNEXPECTED;
-    }
+    if (show < eVMLS_Black || show > eVMLS_Prepared) return S_OK;
     const HRESULT result = lostPicture.Resize(FrameBytes(inputProps.picProps));
     if (Failed(result)) return result;
-    const HRESULT filled =
-        Img_FillRect(lostPicture.At(0), &inputProps.picProps, *colour, nullptr, 255);
-    if (filled != S_OK) lostPicture.Clear();
-    return filled == S_OK ? S_OK : E_UNEXPECTED;
+    const HRESULT filled = FillLostPicture(show);
+    if (filled == S_OK) return S_OK;
+    lostPicture.Clear();
+    Trace("[Lost picture] not made: %08X", static_cast<unsigned>(filled));
+    return E_UNEXPECTED;
+}
+
+HRESULT InputStream::FillLostPicture(eVM_LostShow show) {
+    constexpr std::uint32_t kBlack = 0xFF000000u;
+    constexpr std::uint32_t kWhite = 0xFFFFFFFFu;
+    BYTE* const picture = lostPicture.At(0);
+    const PIC_PROPS& props = inputProps.picProps;
+    if (show == eVMLS_Black) return Img_FillRect(picture, &props, kBlack, nullptr, 255);
+    if (show == eVMLS_White) return Img_FillRect(picture, &props, kWhite, nullptr, 255);
+    // The bars stand for a prepared picture too, which has no other source.
+    return DrawColourBars(picture, props);
 }
 
 bool InputStream::StoreFrame(const MediaFrame& frame, std::uint32_t flushesSeen) {

@@ -157,6 +157,7 @@ protected:
 private:
     void MakeThumbnail(const MediaFrame& frame, const VM_VIDEO_PROPS& props);
     HRESULT BuildLostPicture(eVM_LostShow show);
+    HRESULT FillLostPicture(eVM_LostShow show);
     void RepeatOneField();
 
     std::atomic<bool> thumbnailWanted{false};  // streamLock to change

@@ -37,9 +37,10 @@ HRESULT MixerCore::MixFrame(const MediaFrame& inFrame, bool allLost) {
     if (Failed(result)) return result;
     TellListener();
     HRESULT lastStream = S_OK;
-    result = FillSample(sample, inFrame, &lastStream);
+    PIC_PROPS picture{};
+    result = FillSample(sample, inFrame, &lastStream, &picture);
     if (Failed(result)) return result;
-    KeepLastFrame(sample);
+    KeepLastFrame(sample, picture);
     if (allLost && !inFrame) PaceLostFrame(sample);
     if (inFrame) {
         Trace("[QDVideoMixer SEND OUT] ");
@@ -74,8 +75,9 @@ HRESULT MixerCore::SetFrameListener(IQDVideoMixerFrameListener* _pListener) {
 }
 
 // The finished picture with its stamps. *lastStream: the result of the last stream that was asked.
+// *picture: what the frame looks like.
 HRESULT MixerCore::FillSample(const MediaFrame& sample, const MediaFrame& inFrame,
-                              HRESULT* lastStream) {
+                              HRESULT* lastStream, PIC_PROPS* picture) {
     BYTE* memory = nullptr;
     HRESULT result = sample.GetPointer(&memory);
     if (Failed(result) || !memory) return Failed(result) ? result : E_POINTER;
@@ -84,6 +86,7 @@ HRESULT MixerCore::FillSample(const MediaFrame& sample, const MediaFrame& inFram
     SharedLockGuard mix(mixLock, SharedLockGuard::Mode::kShared);
     ScopedLock guard(composeLock);
     const VM_VIDEO_PROPS outProps = outputStage->OutputProps();
+    *picture = outProps.picProps;
     result = mixBuffer.Resize(FrameBytes(outProps.picProps));
     if (Failed(result)) return result;
     *lastStream = ComposeFrame(mixBuffer.At(0), outProps);
@@ -136,11 +139,13 @@ void MixerCore::StampFrame(const MediaFrame& sample, const MediaFrame& inFrame, 
     (void)sample.SetMediaTime(&number, &next);
 }
 
-void MixerCore::KeepLastFrame(const MediaFrame& sample) {
+void MixerCore::KeepLastFrame(const MediaFrame& sample, const PIC_PROPS& picture) {
     MediaFrame previous;  // goes back to its allocator with the lock free
     ScopedLock guard(captureLock);
     // After a stop has let the last frame go none may take its place.
-    if (state != PlayState::kStopped) previous = std::exchange(lastFrame, sample);
+    if (state == PlayState::kStopped) return;
+    previous = std::exchange(lastFrame, sample);
+    lastFrameProps = picture;
 }
 
 // With every stream lost nothing else holds the composing thread back.

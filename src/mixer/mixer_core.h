@@ -2,8 +2,9 @@
 
 // The central object: the table of streams, the order in which they are drawn, the output stage,
 // and MixFrame, which composes one output frame. Its operations stand in files named after their
-// subject: mix_frame, mix_thread, receive, put_frame, stream_control, rect_control, rect_change,
-// background, key_control, state, info. The graph's filter derives from it and supplies the pins.
+// subject: mix_frame, mix_thread, receive, put_frame, stream_control, rect_control, mask_control,
+// rect_change, background, capture, key_control, state, info. The graph's filter derives from it
+// and supplies the pins.
 //
 // Locks, outermost first: filterLock, a pin's lock, pinsLock, mixLock, a stream's streamLock.
 // captureLock is never held while another is taken.
@@ -80,6 +81,7 @@ public:
                           std::int32_t milliseconds);
     // A negative number means all rects, at once.
     HRESULT RemoveRectLocked(InputStream& stream, LONG rectNo, std::int32_t milliseconds);
+    // A picture is decoded inside the call.
     HRESULT SetBackgroundLocked(eVM_Background kind, LONG colour, BSTR fileName,
                                 std::int32_t milliseconds);
 
@@ -199,13 +201,14 @@ private:
 
     // mix_frame
     void TellListener();
-    HRESULT FillSample(const MediaFrame& sample, const MediaFrame& inFrame, HRESULT* lastStream);
+    HRESULT FillSample(const MediaFrame& sample, const MediaFrame& inFrame, HRESULT* lastStream,
+                       PIC_PROPS* picture);
     HRESULT ComposeFrame(BYTE* target, const VM_VIDEO_PROPS& outProps);
     HRESULT MixStream(InputStream& stream, BYTE* target, const VM_VIDEO_PROPS& outProps);
     // On the input's thread, as far as its settings say.
     void PrepareFrame(InputStream& stream);
     void StampFrame(const MediaFrame& sample, const MediaFrame& inFrame, LONG length);
-    void KeepLastFrame(const MediaFrame& sample);
+    void KeepLastFrame(const MediaFrame& sample, const PIC_PROPS& picture);
     void PaceLostFrame(const MediaFrame& sample);
 
     // mix_thread
@@ -227,6 +230,16 @@ private:
     // rect_control
     std::int64_t ShortestFrameTime() const;
 
+    // mask_control
+    bool HasRect(LONG streamNo, LONG rectNo) const;
+    template <class Make>
+    HRESULT ChangeMask(LONG streamNo, LONG rectNo, const Make& make);
+
+    // background; to set needs mixLock exclusive, to load no lock
+    HRESULT LoadBackground(eVM_Background kind, BSTR fileName, LoadedImage* image) const;
+    void SetLoadedBackground(eVM_Background kind, LONG colour, BSTR fileName, LoadedImage image,
+                             std::int32_t milliseconds);
+
     // stream_control: the stream of a number, null if it is out of range. Needs pinsLock shared.
     InputStream* FindStream(LONG number) const;
 
@@ -238,6 +251,7 @@ private:
     CBLOBHolder<CVirtualAlloc> mixBuffer QDVM_GUARDED_BY(composeLock);
     CriticalSection captureLock{LockRank::Leaf, this};
     MediaFrame lastFrame QDVM_GUARDED_BY(captureLock);
+    PIC_PROPS lastFrameProps QDVM_GUARDED_BY(captureLock){};
     CriticalSection listenerLock{LockRank::Leaf, this};
     Ref<IQDVideoMixerFrameListener> frameListener QDVM_GUARDED_BY(listenerLock);
     std::vector<Event*> readyEvents;  // fixed while not stopped

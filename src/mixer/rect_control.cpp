@@ -1,11 +1,9 @@
-// IQDVideoMixer: rects and their masks.
+// IQDVideoMixer: rects.
 
 #include "frames/format_table.h"
 #include "frames/rounding.h"
 #include "mixer/mixer_core.h"
 #include "mixer/rect_change.h"
-#include "platform/counted_string.h"
-#include "platform/trace.h"
 
 #include <algorithm>
 #include <cstring>
@@ -209,44 +207,6 @@ HRESULT MixerCore::GetInputRectGL(LONG _nStreamNo, LONG _nRectNo, VM_MIXING_RECT
                  rect.nBorderColor,  rect.dblViewAngle,  rect.dblHorzAngle, rect.dblVertAngle,
                  rect.dblHorzOffset, rect.dblVertOffset, rect.eProcess,     _pVMRect->bsParams};
     return S_OK;
-}
-
-HRESULT MixerCore::SetRectMask(LONG _nStream, LONG _nRect, BSTR _bsFile) {
-    SharedLockGuard pins(pinsLock, SharedLockGuard::Mode::kShared);
-    SharedLockGuard mix(mixLock, SharedLockGuard::Mode::kExclusive);
-    InputStream* stream = FindStream(_nStream);
-    if (!stream) return E_INVALIDARG;
-    ScopedLock guard(stream->streamLock);
-    if (!IsRect(*stream, _nRect)) return E_INVALIDARG;
-    if (!ViewOf(_bsFile).empty()) {
-        Trace("[Rect %d] no masks in this version", static_cast<int>(_nRect));
-        return E_NOTIMPL;
-    }
-    MixBlock& rect = stream->pixels.rects[static_cast<std::size_t>(_nRect)];
-    rect.rectMask.Clear();
-    rect.rectAlpha.Clear();
-    rect.rectAlphaFlat.Clear();
-    return S_OK;
-}
-
-HRESULT MixerCore::SetRectMaskHandle(LONG _nStream, LONG _nRect, LONG _lHandle,
-                                     BSTR /*_bsMaskName*/) {
-    SharedLockGuard pins(pinsLock, SharedLockGuard::Mode::kShared);
-    InputStream* stream = FindStream(_nStream);
-    if (!stream) return E_INVALIDARG;
-    ScopedLock guard(stream->streamLock);
-    if (!IsRect(*stream, _nRect)) return E_INVALIDARG;
-    return _lHandle == 0 ? E_POINTER : E_NOTIMPL;
-}
-
-HRESULT MixerCore::GetRectMask(LONG _nStream, LONG _nRect, BSTR* _pbsFile) {
-    if (!_pbsFile) return E_POINTER;
-    SharedLockGuard pins(pinsLock, SharedLockGuard::Mode::kShared);
-    const InputStream* stream = FindStream(_nStream);
-    if (!stream) return E_INVALIDARG;
-    ScopedLock guard(stream->streamLock);
-    if (!IsRect(*stream, _nRect)) return E_INVALIDARG;
-    return CopyOut(stream->pixels.rects[static_cast<std::size_t>(_nRect)].maskName, _pbsFile);
 }
 
 }  // namespace qdvm

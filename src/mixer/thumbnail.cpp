@@ -2,8 +2,7 @@
 
 #include "frames/format_table.h"
 #include "mixer/input_stream.h"
-#include "pixels/img_convert_resize.h"
-#include "pixels/img_resize.h"
+#include "pixels/convert_picture.h"
 
 #include <algorithm>
 
@@ -76,11 +75,9 @@ void InputStream::MakeThumbnail(const MediaFrame& frame, const VM_VIDEO_PROPS& p
     if (frame.Size() < 0 || static_cast<std::uint32_t>(frame.Size()) < bytes) return;
     const ThumbnailSize size = WholeSize(thumbnailSize, props);
     thumbnailProps = {kFccRGB24, size.width, size.height, size.width};
-    // Routes that do nothing leave black.
-    if (Failed(thumbnail.Resize(FrameBytes(thumbnailProps), true, 0))) return;
-    const HRESULT made =
-        Img_ConvertResize(data, thumbnail.At(0), &props.picProps, &thumbnailProps, nullptr, nullptr,
-                          props.eInterlace != eVMI_Progressive, kResizeMaskLinear, nullptr);
+    if (Failed(thumbnail.Resize(FrameBytes(thumbnailProps)))) return;
+    const HRESULT made = ConvertPicture(data, thumbnail.At(0), props.picProps, thumbnailProps,
+                                        props.eInterlace != eVMI_Progressive);
     if (made != S_OK) thumbnail.Clear();
 }
 
