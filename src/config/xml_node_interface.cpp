@@ -5,23 +5,13 @@
 #include "config/xml_reader.h"
 #include "config/xml_writer.h"
 #include "platform/counted_string.h"
+#include "platform/no_throw.h"
 
 #include <limits>
-#include <new>
 #include <utility>
 
 namespace qdvm::XMLParse {
 namespace {
-
-// Runs an operation; memory that it lacks becomes a result here.
-template <class Operation>
-HRESULT Guarded(Operation&& operation) {
-    try {
-        return operation();
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
-    }
-}
 
 // Hands a text out to whom it may be of no interest.
 HRESULT CopyOutIfAsked(std::u16string_view text, BSTR* out) {
@@ -67,7 +57,7 @@ template <class T, class Out, class Read>
 HRESULT ReadOut(Out* out, Read&& read) {
     if (out == nullptr) return E_POINTER;
     *out = {};
-    return Guarded([&] {
+    return NoThrow([&] {
         bool found = false;
         const T value = read(&found);
         if (!found) return kNotFound;
@@ -91,7 +81,7 @@ HRESULT CoXMLNode::GetCount(LONG* count) {
 HRESULT CoXMLNode::GetByIndex(LONG index, BSTR* name, BSTR* value) {
     if (name != nullptr) *name = nullptr;
     if (value != nullptr) *value = nullptr;
-    return Guarded([&] {
+    return NoThrow([&] {
         const auto attrName = AttrNameAt(ToIndex(index));
         const auto attrValue = AttrValueAt(ToIndex(index));
         if (!attrName || !attrValue) return kBadIndex;
@@ -101,7 +91,7 @@ HRESULT CoXMLNode::GetByIndex(LONG index, BSTR* name, BSTR* value) {
 }
 
 HRESULT CoXMLNode::Remove(BSTR path) {
-    return Guarded([&] { return RemoveAttr(ViewOf(path)) ? S_OK : kNotFound; });
+    return NoThrow([&] { return RemoveAttr(ViewOf(path)) ? S_OK : kNotFound; });
 }
 
 HRESULT CoXMLNode::RemoveAll() {
@@ -110,30 +100,30 @@ HRESULT CoXMLNode::RemoveAll() {
 }
 
 HRESULT CoXMLNode::SetString(BSTR path, BSTR value) {
-    return Guarded([&] {
+    return NoThrow([&] {
         return SetAttr(ViewOf(path), ObjectVal(ViewOf(value)), true) ? S_OK : E_INVALIDARG;
     });
 }
 
 HRESULT CoXMLNode::SetBool(BSTR path, BOOL value) {
-    return Guarded(
+    return NoThrow(
         [&] { return SetAttr(ViewOf(path), ObjectVal(value != 0), true) ? S_OK : E_INVALIDARG; });
 }
 
 HRESULT CoXMLNode::SetInt(BSTR path, LONG value) {
-    return Guarded(
+    return NoThrow(
         [&] { return SetAttr(ViewOf(path), ObjectVal(value), true) ? S_OK : E_INVALIDARG; });
 }
 
 HRESULT CoXMLNode::SetDouble(BSTR path, double value) {
-    return Guarded(
+    return NoThrow(
         [&] { return SetAttr(ViewOf(path), ObjectVal(value), true) ? S_OK : E_INVALIDARG; });
 }
 
 HRESULT CoXMLNode::GetWithDefault(BSTR path, BOOL* found, BSTR* value) {
     if (found != nullptr) *found = 0;
     if (value != nullptr) *value = nullptr;
-    return Guarded([&] {
+    return NoThrow([&] {
         bool isThere = false;
         const std::u16string text = XMLNodeImpl::GetString(ViewOf(path), {}, &isThere);
         if (found != nullptr) *found = isThere;
@@ -147,7 +137,7 @@ HRESULT CoXMLNode::GetWithDefault(BSTR path, BOOL* found, BSTR* value) {
 HRESULT CoXMLNode::GetString(BSTR path, BSTR* value) {
     if (value == nullptr) return E_POINTER;
     *value = nullptr;
-    return Guarded([&] {
+    return NoThrow([&] {
         bool found = false;
         const std::u16string text = XMLNodeImpl::GetString(ViewOf(path), {}, &found);
         return found ? CopyOut(text, value) : kNotFound;
@@ -171,7 +161,7 @@ HRESULT CoXMLNode::GetDouble(BSTR path, double* value) {
 
 HRESULT CoXMLNode::SetFromText(BSTR text, LONG mode) {
     if (text == nullptr) return E_INVALIDARG;
-    return Guarded([&] {
+    return NoThrow([&] {
         return ParseAttributes(XMLNodePtr(this), ViewOf(text), ToMode(mode), true) ? 1 : 0;
     });
 }
@@ -179,13 +169,13 @@ HRESULT CoXMLNode::SetFromText(BSTR text, LONG mode) {
 HRESULT CoXMLNode::GetAsText(BSTR* text) {
     if (text == nullptr) return E_POINTER;
     *text = nullptr;
-    return Guarded([&] { return CopyOut(AttributesText(XMLNodePtr(this)), text); });
+    return NoThrow([&] { return CopyOut(AttributesText(XMLNodePtr(this)), text); });
 }
 
 HRESULT CoXMLNode::GetAsNode(IQAttributes** node) {
     if (node == nullptr) return E_POINTER;
     *node = nullptr;
-    return Guarded([&] {
+    return NoThrow([&] {
         const XMLNodePtr copy = CreateNode(u"m_attributes");
         (void)CopyAttrsTo(copy, AttrMode::Update);
         GiveNode(copy, node);
@@ -196,7 +186,7 @@ HRESULT CoXMLNode::GetAsNode(IQAttributes** node) {
 HRESULT CoXMLNode::CopyFrom(IQAttributes* source, LONG mode) {
     if (source == nullptr) return E_INVALIDARG;
     if (static_cast<IQAttributes*>(this) == source) return S_OK;
-    return Guarded([&] {
+    return NoThrow([&] {
         if (ToMode(mode) == AttrMode::Replace) ClearAttrs();
         LONG count = 0;
         (void)source->GetCount(&count);
@@ -213,7 +203,7 @@ HRESULT CoXMLNode::CopyFrom(IQAttributes* source, LONG mode) {
 HRESULT CoXMLNode::InfoCount(LONG* count) {
     if (count == nullptr) return E_POINTER;
     *count = 0;
-    return Guarded([&] {
+    return NoThrow([&] {
         std::size_t found = 0;
         (void)InfoList(XMLNodePtr(this), &found);
         *count = ToCount(found);
@@ -225,7 +215,7 @@ HRESULT CoXMLNode::InfoName(LONG index, BSTR* name) {
     if (index < 0) return E_INVALIDARG;
     if (name == nullptr) return E_POINTER;
     *name = nullptr;
-    return Guarded([&] {
+    return NoThrow([&] {
         std::u16string found;
         const HRESULT result = NameOfInfo(XMLNodePtr(this), index, found);
         return Failed(result) ? result : CopyOut(found, name);
@@ -235,38 +225,38 @@ HRESULT CoXMLNode::InfoName(LONG index, BSTR* name) {
 HRESULT CoXMLNode::InfoGet(BSTR name, eQInfoType type, BSTR* info) {
     const bool isAnswered = type >= eQIT_Help && type <= eQIT_Max;
     if (ViewOf(name).empty() || !isAnswered) return E_INVALIDARG;
-    return Guarded([&] { return GiveInfo(InfoText(XMLNodePtr(this), ViewOf(name), type), info); });
+    return NoThrow([&] { return GiveInfo(InfoText(XMLNodePtr(this), ViewOf(name), type), info); });
 }
 
 HRESULT CoXMLNode::OptionInfoGet(BSTR name, BSTR option, BSTR infoName, BSTR* info) {
     if (ViewOf(name).empty() || ViewOf(option).empty()) return E_INVALIDARG;
-    return Guarded([&] {
+    return NoThrow([&] {
         return GiveInfo(
             OptionText(XMLNodePtr(this), ViewOf(name), ViewOf(option), ViewOf(infoName)), info);
     });
 }
 
 HRESULT CoXMLNode::GetName(BSTR* name) {
-    return Guarded([&] { return CopyOut(Name(), name); });
+    return NoThrow([&] { return CopyOut(Name(), name); });
 }
 
 HRESULT CoXMLNode::SetName(BSTR name) {
-    return Guarded([&] { return XMLNodeImpl::SetName(ViewOf(name)) ? S_OK : E_INVALIDARG; });
+    return NoThrow([&] { return XMLNodeImpl::SetName(ViewOf(name)) ? S_OK : E_INVALIDARG; });
 }
 
 HRESULT CoXMLNode::GetValue(BSTR* value) {
-    return Guarded([&] { return CopyOut(Value(), value); });
+    return NoThrow([&] { return CopyOut(Value(), value); });
 }
 
 HRESULT CoXMLNode::SetValue(BSTR value) {
-    return Guarded([&] {
+    return NoThrow([&] {
         XMLNodeImpl::SetValue(ViewOf(value));
         return S_OK;
     });
 }
 
 HRESULT CoXMLNode::GetPath(BSTR* path, IQNode* ancestor) {
-    return Guarded([&] { return CopyOut(Path(NodeBehind(ancestor)), path); });
+    return NoThrow([&] { return CopyOut(Path(NodeBehind(ancestor)), path); });
 }
 
 HRESULT CoXMLNode::GetParent(IQNode** above) {
@@ -276,7 +266,7 @@ HRESULT CoXMLNode::GetParent(IQNode** above) {
 }
 
 HRESULT CoXMLNode::Remove() {
-    return Guarded([&] {
+    return NoThrow([&] {
         const XMLNodePtr above = Parent();
         if (!above) return S_FALSE;
         const XMLNodePtr self(this);
@@ -294,7 +284,7 @@ HRESULT CoXMLNode::ChildCount(LONG* count) {
 HRESULT CoXMLNode::ChildByIndex(LONG index, BSTR* name, IQNode** child) {
     if (name != nullptr) *name = nullptr;
     if (child != nullptr) *child = nullptr;
-    return Guarded([&] {
+    return NoThrow([&] {
         const XMLNodePtr found = ChildAt(ToIndex(index));
         if (!found) return kBadIndex;
         const HRESULT result = CopyOutIfAsked(found->Name(), name);
@@ -306,7 +296,7 @@ HRESULT CoXMLNode::ChildByIndex(LONG index, BSTR* name, IQNode** child) {
 HRESULT CoXMLNode::AddChild(BSTR path, BSTR value, IQNode** child) {
     if (child != nullptr) *child = nullptr;
     if (ViewOf(path).empty()) return E_INVALIDARG;
-    return Guarded([&] {
+    return NoThrow([&] {
         const XMLNodePtr added = XMLNodeImpl::AddChild(ViewOf(path), ViewOf(value));
         GiveNode(added, child);
         return added ? S_OK : E_FAIL;
@@ -316,7 +306,7 @@ HRESULT CoXMLNode::AddChild(BSTR path, BSTR value, IQNode** child) {
 HRESULT CoXMLNode::ChildByPath(BSTR path, BOOL create, IQNode** child) {
     if (child != nullptr) *child = nullptr;
     if (ViewOf(path).empty()) return E_INVALIDARG;
-    return Guarded([&] {
+    return NoThrow([&] {
         const XMLNodePtr found = Child(ViewOf(path), create != 0);
         GiveNode(found, child);
         return found ? S_OK : kNotFound;
@@ -325,7 +315,7 @@ HRESULT CoXMLNode::ChildByPath(BSTR path, BOOL create, IQNode** child) {
 
 HRESULT CoXMLNode::RemoveChild(BSTR path) {
     if (ViewOf(path).empty()) return E_INVALIDARG;
-    return Guarded([&] { return XMLNodeImpl::RemoveChild(ViewOf(path)) ? S_OK : S_FALSE; });
+    return NoThrow([&] { return XMLNodeImpl::RemoveChild(ViewOf(path)) ? S_OK : S_FALSE; });
 }
 
 HRESULT CoXMLNode::Clear(BOOL clearAttributes) {
@@ -335,7 +325,7 @@ HRESULT CoXMLNode::Clear(BOOL clearAttributes) {
 }
 
 HRESULT CoXMLNode::Parse(BSTR text, BOOL takeName) {
-    return Guarded([&] {
+    return NoThrow([&] {
         const std::u16string formerName = Name();
         const HRESULT result = XMLParse::Parse(XMLNodePtr(this), TextOf(text));
         if (Succeeded(result) && takeName == 0) (void)XMLNodeImpl::SetName(formerName);
@@ -344,13 +334,13 @@ HRESULT CoXMLNode::Parse(BSTR text, BOOL takeName) {
 }
 
 HRESULT CoXMLNode::ToText(BSTR* text) {
-    return Guarded([&] { return CopyOut(XMLParse::ToText(XMLNodePtr(this)), text); });
+    return NoThrow([&] { return CopyOut(XMLParse::ToText(XMLNodePtr(this)), text); });
 }
 
 HRESULT CoXMLNode::Clone(IQNode** clone) {
     if (clone == nullptr) return E_POINTER;
     *clone = nullptr;
-    return Guarded([&] {
+    return NoThrow([&] {
         const XMLNodePtr copy = CreateNode(u"clone");
         (void)CopyTo(copy, true, AttrMode::Replace);
         GiveNode(copy, clone);
@@ -361,7 +351,7 @@ HRESULT CoXMLNode::Clone(IQNode** clone) {
 HRESULT CoXMLNode::Reserved() { return E_NOTIMPL; }
 
 HRESULT CoXMLNode::AttrHelp(BSTR infoName, BSTR* info) {
-    return Guarded([&] { return GiveInfo(ElementHelp(XMLNodePtr(this), ViewOf(infoName)), info); });
+    return NoThrow([&] { return GiveInfo(ElementHelp(XMLNodePtr(this), ViewOf(infoName)), info); });
 }
 
 }  // namespace qdvm::XMLParse

@@ -51,7 +51,7 @@ HRESULT CCoQDVideoMixer::QueryInterface(REFIID iid, void** object) {
 
 void* CCoQDVideoMixer::FindOther(REFIID iid) {
     return FindInterface<IQDVideoMixer, IQDVideoMixerStatus, IQDVideoMixerFrames,
-                         IQDVideoMixerChromaKey>(this, iid);
+                         IQDVideoMixerChromaKey, IQProps>(this, iid);
 }
 
 ULONG CCoQDVideoMixer::AddRef() { return references.fetch_add(1, std::memory_order_relaxed) + 1; }

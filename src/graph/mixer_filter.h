@@ -3,6 +3,7 @@
 // The filter as the media graph sees it: the mixer with its pins, its states and its place in a
 // graph.
 
+#include "config/properties.h"
 #include "mixer/mixer_core.h"
 #include "platform/object_root.h"
 #include "scenes/scene.h"
@@ -24,7 +25,7 @@ class CCoQDVideoMixerOut;
 // Calls into other filters and into the graph are made with none of pinsLock and mixLock held, and
 // those that reconnect the output with no lock at all: the graph takes its own lock before any of a
 // filter's.
-class CCoQDVideoMixer final : public ObjectRoot<IBaseFilter>, public MixerCore {
+class CCoQDVideoMixer final : public ObjectRoot<IBaseFilter>, public MixerCore, public IQPropsImpl {
 public:
     CCoQDVideoMixer();
     ~CCoQDVideoMixer() override;

@@ -8,6 +8,7 @@
 #include <qdvideomixer/chroma_key.h>
 #include <qdvideomixer/create.h>
 #include <qdvideomixer/frame_listener.h>
+#include <qdvideomixer/props.h>
 #include <qdvideomixer/stream_status.h>
 
 #include <gtest/gtest.h>
@@ -44,9 +45,9 @@ protected:
 TEST_F(FilterTest, OffersItsInterfacesOnOneObject) {
     Ref<IUnknown> first;
     EXPECT_EQ(mixer.filter->QueryInterface(IID_IUnknown, first.PutVoid()), S_OK);
-    for (const IID& iid :
-         {IID_IPersist, IID_IMediaFilter, IID_IBaseFilter, IID_IQDVideoMixer,
-          IID_IQDVideoMixerStatus, IID_IQDVideoMixerFrames, IID_IQDVideoMixerChromaKey}) {
+    for (const IID& iid : {IID_IPersist, IID_IMediaFilter, IID_IBaseFilter, IID_IQDVideoMixer,
+                           IID_IQDVideoMixerStatus, IID_IQDVideoMixerFrames,
+                           IID_IQDVideoMixerChromaKey, IID_IQProps}) {
         Ref<IUnknown> asked;
         Ref<IUnknown> root;
         ASSERT_EQ(mixer.filter->QueryInterface(iid, asked.PutVoid()), S_OK);
