@@ -154,5 +154,64 @@ TEST_F(Drawing, WarnsOfABackgroundThatIsNone) {
     EXPECT_NE(mix.WaitForWarning().find("no such file"), std::string::npos);
 }
 
+TEST_F(Drawing, IsMaskedFromItsFirstFrameUntilTheMaskGoes) {
+    g_object_set(source.Pad(), "width", 64, "height", 64, "mask", "Circle", nullptr);
+    for (guint64 i = 0; i < 2; ++i) source.SendBuffer(Halves(), i * kFrame);
+    mix.Play();
+    for (const Frame& frame : mix.PullMany(2)) {
+        EXPECT_LT(frame.At(1, 1), 10);
+        EXPECT_LT(frame.At(62, 62), 10);
+        EXPECT_NEAR(frame.At(16, 32), 99, 2);
+        EXPECT_NEAR(frame.At(48, 32), 198, 3);
+    }
+    g_object_set(source.Pad(), "mask", nullptr, nullptr);
+    source.SendBuffer(Halves(), 2 * kFrame);
+    EXPECT_EQ(mix.Pull()->At(1, 1), 100);
+}
+
+// A 24-bit BMP of one colour.
+void WriteBmp(const std::filesystem::path& path, int width, int height, int value) {
+    const int rowBytes = (width * 3 + 3) / 4 * 4;
+    std::vector<std::uint8_t> file(54 + static_cast<std::size_t>(rowBytes * height));
+    const auto put = [&file](std::size_t at, int number) {
+        for (std::size_t i = 0; i < 4; ++i)
+            file[at + i] = static_cast<std::uint8_t>(static_cast<unsigned>(number) >> (8 * i));
+    };
+    file[0] = 'B';
+    file[1] = 'M';
+    put(2, static_cast<int>(file.size()));
+    put(10, 54);
+    put(14, 40);
+    put(18, width);
+    put(22, height);
+    put(26, 1 | 24 << 16);
+    std::memset(file.data() + 54, value, file.size() - 54);
+    std::ofstream(path, std::ios::binary)
+        .write(reinterpret_cast<const char*>(file.data()),
+               static_cast<std::streamsize>(file.size()));
+}
+
+TEST_F(Drawing, LiesOnAPictureThatFades) {
+    const TemporaryDirectory directory;
+    const std::filesystem::path dark = directory.Path() / "dark.bmp";
+    const std::filesystem::path light = directory.Path() / "light.bmp";
+    WriteBmp(dark, 8, 8, 40);
+    WriteBmp(light, 3, 5, 240);
+    gst_util_set_object_arg(G_OBJECT(mix.Mixer()), "background", "picture");
+    g_object_set(mix.Mixer(), "background-picture", dark.c_str(), nullptr);
+    source.SendBuffer(Halves(), 0);
+    mix.Play();
+    Frame frame = *mix.Pull();
+    EXPECT_EQ(frame.At(0, 0), 100);
+    EXPECT_EQ(frame.At(0, 63), 40);
+    EXPECT_EQ(frame.At(63, 0), 40);
+    g_object_set(mix.Mixer(), "background-picture", light.c_str(), "change-time", 200u, nullptr);
+    for (guint64 i = 1; i < 8; ++i) source.SendBuffer(Halves(), i * kFrame);
+    const std::vector<Frame> frames = mix.PullMany(7);
+    EXPECT_EQ(frames[0].At(0, 63), 40);
+    EXPECT_NEAR(frames[2].At(0, 63), 120, 3);
+    EXPECT_EQ(frames[6].At(0, 63), 240);
+}
+
 }  // namespace
 }  // namespace qdvm::test
