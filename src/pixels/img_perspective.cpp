@@ -22,12 +22,27 @@ constexpr double kNarrowestView = 1e-9;  // radians, in place of a view without 
 
 using Vector = std::array<double, 3>;
 
+std::size_t LongestAxis(const Vector& v) {
+    const auto longest = std::max_element(
+        v.begin(), v.end(), [](double a, double b) { return std::abs(a) < std::abs(b); });
+    return static_cast<std::size_t>(longest - v.begin());
+}
+
 // Where the line from the eye through a point of the plane z = 0 meets the plane through the origin
 // with this normal.
 Vector Cut(const Vector& normal, const Vector& eye, const Vector& point) {
     const Vector D = {eye[0] - point[0], eye[1] - point[1], eye[2] - point[2]};
-    double matrix[9] = {normal[0], normal[1], normal[2], D[1], -D[0], 0, D[2], 0, -D[0]};
-    const Vector rhs = {0, eye[0] * D[1] - eye[1] * D[0], eye[0] * D[2] - eye[2] * D[0]};
+    // Two of the line's equations, by the axis along which it runs furthest: it can stand still
+    // along any other, where the eye is straight across from the point.
+    const std::size_t p = LongestAxis(D);
+    const std::size_t q = p == 0 ? 1 : 0;
+    const std::size_t r = p == 2 ? 1 : 2;
+    double matrix[9] = {normal[0], normal[1], normal[2]};
+    matrix[3 + p] = D[q];
+    matrix[3 + q] = -D[p];
+    matrix[6 + p] = D[r];
+    matrix[6 + r] = -D[p];
+    const Vector rhs = {0, eye[p] * D[q] - eye[q] * D[p], eye[p] * D[r] - eye[r] * D[p]};
     std::array<std::int32_t, 3> permutation{};
     Vector x{};
     if (LUDecomp_64f(matrix, matrix, permutation.data()) != kImageOk ||

@@ -40,6 +40,24 @@ TEST(ProjectCorners, FacesTheEyeWithoutAngles) {
     ExpectCorners(corners, {100, 60, 420, 60, 420, 300, 100, 300});
 }
 
+// The eye right across from a corner, or all but: the lines of sight run along an axis.
+TEST(ProjectCorners, KeepsItsCornersWhereverTheEyeStands) {
+    const ImgRect rect{100, 60, 420, 300};
+    PointD corners[4];
+    for (const double horz : {1.0, -1.0, 1.0 + 1e-15, 1.0 - 1e-13})
+        for (const double vert : {0.0, 0.75}) {
+            ASSERT_EQ(Img_ProjectCorners(&rect, 720, horz, vert, corners, 40, 0, 0), S_OK);
+            ExpectCorners(corners, {100, 60, 420, 60, 420, 300, 100, 300});
+        }
+    PointD before[4];
+    ASSERT_EQ(Img_ProjectCorners(&rect, 720, 1.0 - 1e-9, 0, before, 40, 0, 20), S_OK);
+    ASSERT_EQ(Img_ProjectCorners(&rect, 720, 1.0, 0, corners, 40, 0, 20), S_OK);
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_NEAR(corners[i].x, before[i].x, 0.001) << i;
+        EXPECT_NEAR(corners[i].y, before[i].y, 0.001) << i;
+    }
+}
+
 // One quarter of the source to a rectangle twice its size: a warp whose result is known.
 TEST(Perspective, PutsTheSourcesCornersOnTheQuadrangles) {
     for (const std::int32_t fccType : kKernelFormats) {
