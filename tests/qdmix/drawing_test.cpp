@@ -103,6 +103,45 @@ TEST_F(Drawing, FlipsTurnTheQuarter) {
     quarterAt("both", 48, 36);
 }
 
+TEST_F(Drawing, MasksShapeTheRect) {
+    const Film circle =
+        Mixed({"--target", "96x96+0+0", "--mask", "circle", "test:white?size=96x96"});
+    ExpectLuma(circle, 48, 48, kWhite, 6);
+    ExpectLuma(circle, 3, 3, kBlack);
+    const Film own = Mixed({"--target", "96x96+0+0", "--mask", Quarter(), "test:white?size=96x96"});
+    ExpectLuma(own, 20, 20, kWhite, 6);
+    ExpectLuma(own, 70, 20, kBlack);
+    ExpectLuma(own, 20, 70, kBlack);
+
+    const Outcome broken = RunCommand(
+        {"--mask", Name("none.png"), "test:white", "--duration", "0.1", "-o", Name("never.y4m")});
+    EXPECT_EQ(broken.status, 4);
+    EXPECT_TRUE(broken.err.starts_with("qdmix: input 1 (test:white): mask (")) << broken.err;
+}
+
+TEST_F(Drawing, PicturesLieUnderAllAndFade) {
+    // The picture is stretched over the mix: its white quarter is the quarter of the mix.
+    const Film film = Mixed({"--background", Quarter(), "--background", "white@0.2+0.4", "--target",
+                             "0,80", "test:black?size=16x16"},
+                            "1");
+    ASSERT_EQ(film.frames.size(), 25U);
+    EXPECT_NEAR(film.Luma(4, 20, 20), kWhite, kTolerance);
+    EXPECT_NEAR(film.Luma(4, 120, 20), kBlack, kTolerance);
+    EXPECT_NEAR(film.Luma(10, 120, 20), kHalf, 12);
+    EXPECT_NEAR(film.Luma(16, 120, 20), kWhite, kTolerance);
+    EXPECT_NEAR(film.Luma(24, 4, 90), kBlack, kTolerance);
+
+    const Outcome missing = RunCommand(
+        {"--background", Name("no.png"), "test:white", "--duration", "0.1", "-o", Name("n.y4m")});
+    EXPECT_EQ(missing.status, 4);
+    EXPECT_NE(missing.err.find("no.png): can't be opened: no such file"), std::string::npos);
+    const Outcome noPicture = RunCommand(
+        {"--background", Name("mix.y4m"), "test:white", "--duration", "0.1", "-o", Name("n.y4m")});
+    EXPECT_EQ(noPicture.status, 4) << noPicture.err;
+    EXPECT_NE(noPicture.err.find("mix.y4m): can't be used"), std::string::npos) << noPicture.err;
+    EXPECT_FALSE(std::filesystem::exists(Name("n.y4m")));
+}
+
 TEST_F(Drawing, ATurnedPictureIsATrapezium) {
     const Film film = Mixed(
         {"--target", "96x64+32+16", "--turn", "40,0", "--view", "60", "test:white?size=96x64"});
