@@ -311,13 +311,20 @@ void Session::SendHeld(PadStream& stream, std::uint64_t slot) {
     gst_buffer_unref(held.buffer);
 }
 
-// Streams that had nothing to show in all the time before the start have been waited for already.
-// Needs the mutex.
+// Streams that had nothing to show in all the time before the start and are not to be waited for
+// any longer. Needs the mutex.
 std::vector<PadStream*> Session::SilentStreams() const {
+    constexpr std::int64_t kUnitsPerMs = 10000;
+    constexpr std::int64_t kUnknownPeriod = 400000;
     std::vector<PadStream*> silent;
-    for (const auto& stream : streams)
-        if (!stream->pending && !stream->hasEnded && stream->settings.maxWait > 0)
+    for (const auto& stream : streams) {
+        const std::int64_t period =
+            stream->format.period > 0 ? stream->format.period : kUnknownPeriod;
+        const std::int64_t wait = stream->settings.maxWait * period / kUnitsPerMs;
+        if (!stream->pending && !stream->hasEnded && stream->settings.maxWait > 0 &&
+            wait <= kStartPatience.count())
             silent.push_back(stream.get());
+    }
     return silent;
 }
 
