@@ -128,8 +128,10 @@ void MixPlanePacked(const Sample* src, const Sample* plane, Sample* dst, std::in
 
 void BlendPattern(const std::uint16_t* even, const std::uint16_t* odd, Sample* row, std::int32_t n,
                   int weight) {
-    for (std::ptrdiff_t i = 0; i < n; ++i)
-        row[i] = static_cast<Sample>((row[i] * weight + (i % 2 ? odd : even)[i / 2]) >> 8);
+    for (std::ptrdiff_t i = 0; i < n; ++i) {
+        const std::uint16_t* const pattern = i % 2 ? odd : even;
+        row[i] = static_cast<Sample>((row[i] * weight + pattern[i / 2]) >> 8);
+    }
 }
 
 }  // namespace
