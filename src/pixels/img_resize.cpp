@@ -145,10 +145,17 @@ ImageStatus Resize422(const Scaling& job, bool isLumaFirst, BYTE* scratch) {
     const auto bytesOf = [](ImageSize size) {
         return std::ptrdiff_t{size.width} * size.height * 2;
     };
-    const SplitRect from(scratch, source.width, source.height);
-    const SplitRect to(scratch + bytesOf(source), dest.width, dest.height);
     const BYTE* const packed =
         job.from.plane[0] + job.source.y * job.from.stride[0] + job.source.x * 2;
+    BYTE* const target = job.to.plane[0] + job.dest.y * job.to.stride[0] + job.dest.x * 2;
+    if (job.interpolation == kLinear) {
+        const ImageStatus done = ResizeLinearPacked(
+            packed, job.from.stride[0], source, target, job.to.stride[0], dest, job.xFactor,
+            job.yFactor, isLumaFirst ? PackedOrder::kLumaFirst : PackedOrder::kLumaSecond);
+        if (done != kImageNotSupported) return done;
+    }
+    const SplitRect from(scratch, source.width, source.height);
+    const SplitRect to(scratch + bytesOf(source), dest.width, dest.height);
     ImageStatus status = (isLumaFirst ? SplitYUY2 : SplitUYVY)(
         packed, job.from.stride[0], from.plane.data(), from.stride.data(), source);
     for (std::size_t i = 0; i < 3 && status == kImageOk; ++i) {
@@ -160,7 +167,6 @@ ImageStatus Resize422(const Scaling& job, bool isLumaFirst, BYTE* scratch) {
                                i == 0 ? job.interpolation : ChromaInterpolation(job.interpolation));
     }
     if (status != kImageOk) return status;
-    BYTE* const target = job.to.plane[0] + job.dest.y * job.to.stride[0] + job.dest.x * 2;
     const std::array<const BYTE*, 3> planes{to.plane[0], to.plane[1], to.plane[2]};
     status = PackYUY2(planes.data(), to.stride.data(), target, job.to.stride[0], dest);
     if (status == kImageOk && !isLumaFirst)

@@ -575,6 +575,83 @@ void AddResizes(std::vector<PrimitiveCase>* cases) {
         }
 }
 
+// Targets of pairs from sources of pairs.
+void AddPackedResizes(std::vector<PrimitiveCase>* cases) {
+    struct Mode {
+        const char* name;
+        int sourcePairs;  // for so many of the target
+        int targetPairs;
+        int sourceRows;
+        int targetRows;
+        std::vector<Slot> slots[kLumaPlaces];
+    };
+    const auto through = [](auto... more) {
+        return std::vector<Slot>{SLOT(resize.linearAcross[0]), SLOT(resize.linearDown), more...};
+    };
+    const Mode modes[] = {
+        {" to 1/2",
+         2,
+         1,
+         2,
+         1,
+         {{SLOT(resize.halvePacked[kLumaFirst])}, {SLOT(resize.halvePacked[kLumaSecond])}}},
+        {" to 2/3",
+         3,
+         2,
+         3,
+         2,
+         {through(SLOT(packed.split[kLumaFirst]), SLOT(packed.pack[kLumaFirst])),
+          through(SLOT(packed.split[kLumaSecond]), SLOT(packed.pack[kLumaSecond]))}},
+        {" to 5/4 and 1/7", 4, 5, 7, 1, {through(), through()}},
+        {" to 1/9", 9, 1, 9, 1, {through(), through()}},
+        {" to 2",
+         1,
+         2,
+         1,
+         2,
+         {{SLOT(resize.twice[0]), SLOT(packed.split[kLumaFirst])}, {SLOT(resize.twice[0])}}},
+        {" to half the height",
+         1,
+         1,
+         2,
+         1,
+         {{SLOT(resize.linearBetween)}, {SLOT(resize.linearBetween)}}},
+        {" to 5/3 of the height",
+         1,
+         1,
+         3,
+         5,
+         {{SLOT(resize.linearBetween)}, {SLOT(resize.linearBetween)}}},
+    };
+    for (const Mode& mode : modes)
+        for (const int place : {kLumaFirst, kLumaSecond}) {
+            const auto targetSize = [mode](ImageSize s) {
+                return ImageSize{s.width / 2 / mode.targetPairs * mode.targetPairs * 2,
+                                 s.height * mode.targetRows};
+            };
+            const auto sourceSize = [mode, targetSize](ImageSize s) {
+                return ImageSize{targetSize(s).width / mode.targetPairs * mode.sourcePairs,
+                                 s.height * mode.sourceRows};
+            };
+            const auto packed = [](auto size) {
+                return [size](ImageSize s) { return Pixels(2)(size(s)); };
+            };
+            cases->push_back(
+                {std::string("ResizeLinearPacked ") + (place == 0 ? "YUY2" : "UYVY") + mode.name,
+                 {Read(packed(sourceSize)), Write(packed(targetSize))},
+                 [=](const Views& v, ImageSize s) {
+                     const ImageSize from = sourceSize(s);
+                     const ImageSize to = targetSize(s);
+                     return ResizeLinearPacked(v[0].data, v[0].stride, from, v[1].data, v[1].stride,
+                                               to, static_cast<double>(to.width) / from.width,
+                                               static_cast<double>(to.height) / from.height,
+                                               static_cast<PackedOrder>(place));
+                 },
+                 mode.slots[place],
+                 {2 * mode.targetPairs, 1}});
+        }
+}
+
 void AddWarps(std::vector<PrimitiveCase>* cases) {
     using Warp =
         ImageStatus (*)(const Sample*, ImageSize, std::ptrdiff_t, ImageRect, Sample*,
@@ -644,6 +721,7 @@ std::vector<PrimitiveCase> MakeCases() {
     AddArithmetic(&cases);
     AddBlends(&cases);
     AddResizes(&cases);
+    AddPackedResizes(&cases);
     AddWarps(&cases);
     return cases;
 }

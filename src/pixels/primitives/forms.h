@@ -133,6 +133,9 @@ struct ResizeRows {
                                       const LinearColumns& columns, std::int16_t* dst);
     void (*linearDown)(const std::int16_t* above, const std::int16_t* below, int weightBelow,
                        Sample* dst, std::int32_t n);
+    // The same for rows that are as wide as the target's; 0 < weightBelow < kLinearOne.
+    void (*linearBetween)(const Sample* above, const Sample* below, int weightBelow, Sample* dst,
+                          std::int32_t n);
     void (*cubicAcross[kPixelSizes])(const Sample* src, std::ptrdiff_t rowBytes,
                                      const CubicColumns& columns, std::int16_t* dst);
     void (*cubicDown)(const std::int16_t* const* rows, const std::int16_t* weights, Sample* dst,
@@ -140,6 +143,9 @@ struct ResizeRows {
     // The linear kernel where it shrinks to half: means of 2 x 2 pixels.
     void (*halve[kPixelSizes])(const Sample* above, const Sample* below, Sample* dst,
                                std::int32_t n);
+    // `pairs` of the target, each from two pairs of both rows.
+    void (*halvePacked[kLumaPlaces])(const Sample* above, const Sample* below, Sample* dst,
+                                     std::int32_t pairs);
     // And where it doubles: two target pixels between each of n pixels and its right neighbour, in
     // a line a quarter of the way from the nearer to the farther row.
     void (*twice[kPixelSizes])(const Sample* nearer, const Sample* farther, Sample* dst,

@@ -14,8 +14,6 @@ bool IsInside(ImageRect rect, ImageSize size) {
            rect.width <= size.width - rect.x && rect.height <= size.height - rect.y;
 }
 
-bool IsFactor(double factor) { return std::isfinite(factor) && factor > 0; }
-
 struct Source {
     const Sample* data;
     ImageSize size;

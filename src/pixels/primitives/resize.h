@@ -34,7 +34,15 @@ ImageStatus Resize_8u_C4R(const Sample* src, ImageSize srcSize, std::ptrdiff_t s
                           ImageSize dstSize, double xFactor, double yFactor,
                           std::int32_t interpolation);
 
-// The same with the mapping moved: the region's first corner lands on (xShift, yShift) of the
+// The same for packed 4:2:2, linear: what its three planes would give each by itself, without
+// taking the picture apart. src is the first pixel of the region. Widths are even, else
+// kImageSizeError. kImageNotSupported, with nothing written, where a region is so narrow or shrinks
+// so much that it has to go by planes.
+ImageStatus ResizeLinearPacked(const Sample* src, std::ptrdiff_t srcStride, ImageSize srcSize,
+                               Sample* dst, std::ptrdiff_t dstStride, ImageSize dstSize,
+                               double xFactor, double yFactor, PackedOrder order);
+
+// Resize_8u_C1R with the mapping moved: the region's first corner lands on (xShift, yShift) of the
 // target picture that `dst` begins, and the pixels of dstRoi are written. Pixels that nothing lands
 // on continue the region's edge. The buffer has the size that ResizeSqrPixelBufferSize says.
 ImageStatus ResizeSqrPixel_8u_C1R(const Sample* src, ImageSize srcSize, std::ptrdiff_t srcStride,

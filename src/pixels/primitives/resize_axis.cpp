@@ -9,12 +9,6 @@ namespace qdvm {
 
 namespace {
 
-constexpr std::int32_t kTableRounding = 16;
-
-std::int32_t RoundedUp(std::int32_t count) {
-    return (count + kTableRounding - 1) / kTableRounding * kTableRounding;
-}
-
 // False if the row is shorter than a window, or the columns reach farther than one.
 bool PlaceWindow(LinearColumns* columns, std::int32_t window, std::int32_t source, int pixelBytes) {
     const std::int32_t begin = window * WindowColumns(pixelBytes);
@@ -130,7 +124,7 @@ ResizeAxis::Area ResizeAxis::AreaAt(std::int32_t i) const {
 void FillColumns(const ResizeAxis& axis, std::int32_t start, std::int32_t count, int pixelBytes,
                  LinearColumns* columns) {
     columns->count = count;
-    const std::int32_t filled = RoundedUp(count);
+    const std::int32_t filled = FilledColumns(count);
     for (std::int32_t i = 0; i < filled; ++i) {
         const ResizeAxis::Linear tap = axis.LinearAt(start + std::min(i, count - 1));
         columns->first[i] = tap.first;
@@ -146,7 +140,7 @@ void FillColumns(const ResizeAxis& axis, std::int32_t start, std::int32_t count,
 void FillColumns(const ResizeAxis& axis, std::int32_t start, std::int32_t count,
                  CubicColumns* columns) {
     columns->count = count;
-    const std::int32_t filled = RoundedUp(count);
+    const std::int32_t filled = FilledColumns(count);
     for (std::int32_t i = 0; i < filled; ++i) {
         const ResizeAxis::Cubic tap = axis.CubicAt(start + std::min(i, count - 1));
         columns->first[i] = tap.first;

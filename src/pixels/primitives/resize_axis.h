@@ -12,8 +12,11 @@
 #include "pixels/primitives/resize_columns.h"
 
 #include <array>
+#include <cmath>
 
 namespace qdvm {
+
+inline bool IsFactor(double factor) { return std::isfinite(factor) && factor > 0; }
 
 class ResizeAxis {
 public:
@@ -65,8 +68,8 @@ private:
     bool isSymmetric;
 };
 
-// Fills the table for the target columns from `start`. The entries up to the next multiple of 16
-// repeat the last column. `count` is at most kStripColumns.
+// Fills the table for the target columns from `start`, FilledColumns(count) of them. `count` is at
+// most kStripColumns.
 void FillColumns(const ResizeAxis& axis, std::int32_t start, std::int32_t count, int pixelBytes,
                  LinearColumns* columns);
 void FillColumns(const ResizeAxis& axis, std::int32_t start, std::int32_t count,

@@ -26,6 +26,9 @@ inline constexpr int kLinearHalf = kLinearOne / 2;
 inline constexpr int kWindowBytes = 16;
 inline constexpr int WindowColumns(int pixelBytes) { return pixelBytes == 1 ? 8 : 2; }
 
+// The tables of so many columns go on to the next multiple of 16, repeating the last one.
+inline constexpr std::int32_t FilledColumns(std::int32_t count) { return (count + 15) / 16 * 16; }
+
 struct LinearColumns {
     std::int32_t count;
     std::int32_t first[kStripColumns];              // left one of the two neighbours, in pixels

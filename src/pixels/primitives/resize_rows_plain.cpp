@@ -28,6 +28,14 @@ void LinearDown(const std::int16_t* above, const std::int16_t* below, int weight
     }
 }
 
+void LinearBetween(const Sample* above, const Sample* below, int weightBelow, Sample* dst,
+                   std::int32_t n) {
+    for (std::ptrdiff_t i = 0; i < n; ++i)
+        dst[i] = static_cast<Sample>(
+            (above[i] * (kLinearOne - weightBelow) + below[i] * weightBelow + kLinearHalf) >>
+            kLinearBits);
+}
+
 template <int kBytes>
 void CubicAcross(const Sample* src, std::ptrdiff_t /*rowBytes*/, const CubicColumns& columns,
                  std::int16_t* dst) {
@@ -64,6 +72,22 @@ void Halve(const Sample* above, const Sample* below, Sample* dst, std::int32_t n
         }
 }
 
+template <LumaPlace kPlace>
+void HalvePacked(const Sample* above, const Sample* below, Sample* dst, std::int32_t pairs) {
+    for (std::ptrdiff_t i = 0; i < pairs; ++i) {
+        const auto mean = [&](int a, int b) {
+            return static_cast<Sample>(
+                (above[8 * i + a] + above[8 * i + b] + below[8 * i + a] + below[8 * i + b] + 2) >>
+                2);
+        };
+        constexpr int kChroma = 1 - kPlace;
+        dst[4 * i + kPlace] = mean(kPlace, kPlace + 2);
+        dst[4 * i + kPlace + 2] = mean(kPlace + 4, kPlace + 6);
+        dst[4 * i + kChroma] = mean(kChroma, kChroma + 4);
+        dst[4 * i + kChroma + 2] = mean(kChroma + 2, kChroma + 6);
+    }
+}
+
 // The same arithmetic as the linear kernel at factor 2.
 template <int kBytes>
 void Twice(const Sample* nearer, const Sample* farther, Sample* dst, std::int32_t n) {
@@ -82,9 +106,11 @@ void Twice(const Sample* nearer, const Sample* farther, Sample* dst, std::int32_
 const ResizeRows kResizeRowsPlain = {
     {LinearAcross<1>, LinearAcross<3>, LinearAcross<4>},
     LinearDown,
+    LinearBetween,
     {CubicAcross<1>, CubicAcross<3>, CubicAcross<4>},
     CubicDown,
     {Halve<1>, Halve<3>, Halve<4>},
+    {HalvePacked<kLumaFirst>, HalvePacked<kLumaSecond>},
     {Twice<1>, Twice<3>, Twice<4>},
 };
 

@@ -154,6 +154,32 @@ inline void VectorLinearDown(const std::int16_t* above, const std::int16_t* belo
         In<2>{BytesOf(above)}, In<2>{BytesOf(below)}, Out<1>{dst});
 }
 
+inline void VectorLinearBetween(const Sample* above, const Sample* below, int weightBelow,
+                                Sample* dst, std::int32_t n) {
+    if (weightBelow == kLinearHalf) {
+        AnyWidth<kVectorBytes>(
+            n,
+            [](const Sample* a, const Sample* b, Sample* to) {
+                Store(to, Average8(Load(a), Load(b)));
+            },
+            In<1>{above}, In<1>{below}, Out<1>{dst});
+        return;
+    }
+    const V weights = All16(weightBelow << 8 | (kLinearOne - weightBelow));
+    const V half = All16(kLinearHalf);
+    AnyWidth<kVectorBytes>(
+        n,
+        [=](const Sample* a, const Sample* b, Sample* to) {
+            const V upper = Load(a);
+            const V lower = Load(b);
+            const auto blend = [&](V samples) {
+                return Right16<kLinearBits>(Add16(SumProducts8(samples, weights), half));
+            };
+            Store(to, Narrow16(blend(Low8(upper, lower)), blend(High8(upper, lower))));
+        },
+        In<1>{above}, In<1>{below}, Out<1>{dst});
+}
+
 inline std::int32_t Load32(const Sample* p) {
     std::int32_t value;
     std::memcpy(&value, p, sizeof(value));
@@ -258,11 +284,15 @@ inline void VectorHalve1(const Sample* above, const Sample* below, Sample* dst, 
         In<2>{above}, In<2>{below}, Out<1>{dst});
 }
 
-// Means of pixel pairs of two rows of four-byte pixels, two vectors of each row to one.
-inline V MeansOfPixels(const V* above, const V* below) {
-    alignas(16) static constexpr std::uint8_t kPairs[16] = {0, 4,  1, 5,  2,  6,  3,  7,
-                                                            8, 12, 9, 13, 10, 14, 11, 15};
-    const V pairs = LoadLanes(kPairs);
+// The two places in a lane of each mean: four-byte pixels, and packed 4:2:2 by where luma is.
+alignas(16) constexpr std::uint8_t kPixelPlaces[16] = {0, 4,  1, 5,  2,  6,  3,  7,
+                                                       8, 12, 9, 13, 10, 14, 11, 15};
+alignas(16) constexpr std::uint8_t kPackedPlaces[kLumaPlaces][16] = {
+    {0, 2, 1, 5, 4, 6, 3, 7, 8, 10, 9, 13, 12, 14, 11, 15},
+    {0, 4, 1, 3, 2, 6, 5, 7, 8, 12, 9, 11, 10, 14, 13, 15}};
+
+// Means of two vectors of two rows, to one.
+inline V MeansOfPlaces(const V* above, const V* below, V pairs) {
     const V ones = All8(1);
     const auto mean = [=](V a, V b) {
         const V sum =
@@ -272,15 +302,27 @@ inline V MeansOfPixels(const V* above, const V* below) {
     return InOrder(Narrow16(mean(above[0], below[0]), mean(above[1], below[1])));
 }
 
-inline void VectorHalve4(const Sample* above, const Sample* below, Sample* dst, std::int32_t n) {
+// n groups of four bytes.
+inline void HalveGroups(const Sample* above, const Sample* below, Sample* dst, std::int32_t n,
+                        V pairs) {
     AnyWidth<kVectorBytes / 4>(
         n,
-        [](const Sample* a, const Sample* b, Sample* to) {
+        [=](const Sample* a, const Sample* b, Sample* to) {
             const V upper[2] = {Load(a), Load(a + kVectorBytes)};
             const V lower[2] = {Load(b), Load(b + kVectorBytes)};
-            Store(to, MeansOfPixels(upper, lower));
+            Store(to, MeansOfPlaces(upper, lower, pairs));
         },
         In<8>{above}, In<8>{below}, Out<4>{dst});
+}
+
+inline void VectorHalve4(const Sample* above, const Sample* below, Sample* dst, std::int32_t n) {
+    HalveGroups(above, below, dst, n, LoadLanes(kPixelPlaces));
+}
+
+template <LumaPlace kPlace>
+inline void VectorHalvePacked(const Sample* above, const Sample* below, Sample* dst,
+                              std::int32_t pairs) {
+    HalveGroups(above, below, dst, pairs, LoadLanes(kPackedPlaces[kPlace]));
 }
 
 inline void VectorHalve3(const Sample* above, const Sample* below, Sample* dst, std::int32_t n) {
@@ -294,7 +336,9 @@ inline void VectorHalve3(const Sample* above, const Sample* below, Sample* dst, 
                 LoadThreeAsFour(b + 3 * kVectorBytes * half, lower + 4 * half);
             }
             V means[4];
-            for (int i = 0; i < 4; ++i) means[i] = MeansOfPixels(upper + 2 * i, lower + 2 * i);
+            const V pairs = LoadLanes(kPixelPlaces);
+            for (int i = 0; i < 4; ++i)
+                means[i] = MeansOfPlaces(upper + 2 * i, lower + 2 * i, pairs);
             StoreFourAsThree(to, means);
         },
         In<6>{above}, In<6>{below}, Out<3>{dst});
@@ -306,23 +350,20 @@ struct TwoBetween {
     V right;
 };
 
-inline TwoBetween Between(V nearerLeft, V fartherLeft, V nearerRight, V fartherRight) {
-    const auto column = [](V nearer, V farther) {
-        return Add16(Add16(nearer, Left16<1>(nearer)), farther);
-    };
-    const V left = column(nearerLeft, fartherLeft);
-    const V right = column(nearerRight, fartherRight);
+// Both columns as samples of the nearer and the farther row in turn.
+inline TwoBetween Between(V leftColumn, V rightColumn) {
+    const V threeAndOne = All16(0x0103);
+    const V left = SumProducts8(leftColumn, threeAndOne);
+    const V right = SumProducts8(rightColumn, threeAndOne);
     const V sum = Add16(Add16(left, right), All16(8));
     return {Right16<4>(Add16(sum, Left16<1>(left))), Right16<4>(Add16(sum, Left16<1>(right)))};
 }
 
 // The same as bytes, for whole vectors of them.
 inline TwoBetween BetweenBytes(V nearerLeft, V fartherLeft, V nearerRight, V fartherRight) {
-    const V zero = Zero();
-    const TwoBetween low = Between(Low8(nearerLeft, zero), Low8(fartherLeft, zero),
-                                   Low8(nearerRight, zero), Low8(fartherRight, zero));
-    const TwoBetween high = Between(High8(nearerLeft, zero), High8(fartherLeft, zero),
-                                    High8(nearerRight, zero), High8(fartherRight, zero));
+    const TwoBetween low = Between(Low8(nearerLeft, fartherLeft), Low8(nearerRight, fartherRight));
+    const TwoBetween high =
+        Between(High8(nearerLeft, fartherLeft), High8(nearerRight, fartherRight));
     return {Narrow16(low.left, high.left), Narrow16(low.right, high.right)};
 }
 
@@ -379,9 +420,11 @@ inline void UseVectorRows(ResizeRows* rows) {
     *rows = {
         {VectorLinearAcross1, VectorLinearAcross3, VectorLinearAcross4},
         VectorLinearDown,
+        VectorLinearBetween,
         {VectorCubicAcross1, VectorCubicAcross<3>, VectorCubicAcross<4>},
         VectorCubicDown,
         {VectorHalve1, VectorHalve3, VectorHalve4},
+        {VectorHalvePacked<kLumaFirst>, VectorHalvePacked<kLumaSecond>},
         {VectorTwice1, VectorTwice3, VectorTwice4},
     };
 }

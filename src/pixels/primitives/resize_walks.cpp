@@ -1,5 +1,6 @@
 #include "pixels/primitives/forms.h"
 #include "pixels/primitives/resize_job.h"
+#include "pixels/primitives/resize_steps.h"
 
 #include <algorithm>
 #include <cstring>
@@ -8,7 +9,6 @@ namespace qdvm {
 
 namespace {
 
-constexpr int kMaxPixelBytes = 4;
 constexpr int kMaxTaps = 4;
 
 // Rows of a region with fewer pixels than a kernel has neighbours, continued by the last pixel.
@@ -26,35 +26,7 @@ private:
     Sample bytes[kBytes];
 };
 
-// The sums of the last kRows source rows. Neighbouring rows never share a place.
-template <int kRows>
-class SumRows {
-public:
-    // Sums of a source row, made by `across` if they are not there.
-    template <class Across>
-    const std::int16_t* Get(std::int32_t row, Across across) {
-        const int slot = row % kRows;
-        if (rows[slot] != row) {
-            across(row, sums[slot]);
-            rows[slot] = row;
-        }
-        return sums[slot];
-    }
-
-    // For the next strip.
-    void Forget() { std::fill(std::begin(rows), std::end(rows), -1); }
-
-private:
-    alignas(64) std::int16_t sums[kRows][kStripColumns * kMaxPixelBytes + kSumsPadding];
-    std::int32_t rows[kRows];
-};
-
-bool IsHalving(const ResizeJob& job) {
-    const auto halves = [](const ResizeAxis& axis) {
-        return axis.Source() == 2 * std::int64_t{axis.Target()} && axis.IsSymmetric();
-    };
-    return halves(job.x) && halves(job.y);
-}
+bool IsHalving(const ResizeJob& job) { return Halves(job.x) && Halves(job.y); }
 
 void HalveRows(const ResizeJob& job) {
     const auto halve = Forms().resize.halve[job.pixelKind];
@@ -62,36 +34,27 @@ void HalveRows(const ResizeJob& job) {
         halve(job.SrcRow(2 * row), job.SrcRow(2 * row + 1), job.DstRow(row), job.x.Target());
 }
 
-bool IsDoubling(const ResizeJob& job) {
-    const auto doubles = [](const ResizeAxis& axis) {
-        return axis.Target() == 2 * std::int64_t{axis.Source()} && axis.IsSymmetric();
-    };
-    return doubles(job.x) && doubles(job.y);
-}
+bool IsDoubling(const ResizeJob& job) { return Doubles(job.x) && Doubles(job.y); }
 
-// The outermost pixels of a doubled line, which have neighbours on one side only.
-void DoubleEnds(const ResizeJob& job, const Sample* nearer, const Sample* farther, Sample* dst) {
-    const std::ptrdiff_t lastFrom = std::ptrdiff_t{job.x.Source() - 1} * job.pixelBytes;
-    const std::ptrdiff_t lastTo = std::ptrdiff_t{job.x.Target() - 1} * job.pixelBytes;
-    for (int c = 0; c < job.pixelBytes; ++c) {
-        const auto mix = [&](std::ptrdiff_t at) {
-            return static_cast<Sample>((3 * nearer[at] + farther[at] + 2) >> 2);
-        };
-        dst[c] = mix(c);
-        dst[lastTo + c] = mix(lastFrom + c);
+void DoubleRows(const ResizeJob& job) {
+    for (std::int32_t row = 0; row < job.y.Target(); ++row) {
+        const NearerAndFarther place = PlaceOfDoubled(row, job.y.Source());
+        DoubleRow(job.SrcRow(place.nearer), job.SrcRow(place.farther), job.DstRow(row),
+                  job.x.Source(), job.pixelKind, job.pixelBytes);
     }
 }
 
-void DoubleRows(const ResizeJob& job) {
-    const auto twice = Forms().resize.twice[job.pixelKind];
-    const std::int32_t last = job.y.Source() - 1;
+// Rows as wide as the target's.
+void ResizeDown(const ResizeJob& job) {
+    const auto between = Forms().resize.linearBetween;
+    const std::int32_t bytes = job.x.Target() * job.pixelBytes;
     for (std::int32_t row = 0; row < job.y.Target(); ++row) {
-        const std::int32_t place = row / 2;
-        const Sample* nearer = job.SrcRow(place);
-        const Sample* farther = job.SrcRow(std::clamp(row % 2 ? place + 1 : place - 1, 0, last));
-        Sample* dst = job.DstRow(row);
-        DoubleEnds(job, nearer, farther, dst);
-        if (job.x.Source() > 1) twice(nearer, farther, dst + job.pixelBytes, job.x.Source() - 1);
+        const LinearRows tap = LinearRowsAt(job.y, row);
+        if (tap.weightBelow == 0)
+            std::memcpy(job.DstRow(row), job.SrcRow(tap.above), static_cast<std::size_t>(bytes));
+        else
+            between(job.SrcRow(tap.above), job.SrcRow(tap.below), tap.weightBelow, job.DstRow(row),
+                    bytes);
     }
 }
 
@@ -140,6 +103,7 @@ void ResizeNearest(const ResizeJob& job) {
 void ResizeLinear(const ResizeJob& job) {
     if (IsHalving(job)) return HalveRows(job);
     if (IsDoubling(job)) return DoubleRows(job);
+    if (Keeps(job.x)) return ResizeDown(job);
     const ResizeRows& forms = Forms().resize;
     LinearColumns columns;
     SumRows<2> rows;
@@ -150,12 +114,10 @@ void ResizeLinear(const ResizeJob& job) {
                     &columns);
         rows.Forget();
         for (std::int32_t row = 0; row < job.y.Target(); ++row) {
-            const ResizeAxis::Linear tap = job.y.LinearAt(row);
-            const bool isSecondAlone = tap.weightSecond == kLinearOne;
-            const std::int32_t second = std::min(tap.first + 1, job.y.Source() - 1);
-            const std::int16_t* above = rows.Get(isSecondAlone ? second : tap.first, across);
-            const std::int16_t* below = tap.weightSecond ? rows.Get(second, across) : above;
-            forms.linearDown(above, below, isSecondAlone ? 0 : tap.weightSecond,
+            const LinearRows tap = LinearRowsAt(job.y, row);
+            const std::int16_t* above = rows.Get(tap.above, across);
+            const std::int16_t* below = tap.weightBelow ? rows.Get(tap.below, across) : above;
+            forms.linearDown(above, below, tap.weightBelow,
                              job.DstRow(row) + std::ptrdiff_t{start} * job.pixelBytes,
                              columns.count * job.pixelBytes);
         }

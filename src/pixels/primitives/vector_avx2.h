@@ -33,6 +33,7 @@ inline V Xor(V a, V b) { return _mm256_xor_si256(a, b); }
 inline V Equal8(V a, V b) { return _mm256_cmpeq_epi8(a, b); }
 inline V Min8(V a, V b) { return _mm256_min_epu8(a, b); }
 inline V Max8(V a, V b) { return _mm256_max_epu8(a, b); }
+inline V Average8(V a, V b) { return _mm256_avg_epu8(a, b); }
 inline V AddLimited8(V a, V b) { return _mm256_adds_epu8(a, b); }
 inline V Add16(V a, V b) { return _mm256_add_epi16(a, b); }
 inline V Sub16(V a, V b) { return _mm256_sub_epi16(a, b); }

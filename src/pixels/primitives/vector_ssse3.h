@@ -35,6 +35,8 @@ inline V Xor(V a, V b) { return _mm_xor_si128(a, b); }
 inline V Equal8(V a, V b) { return _mm_cmpeq_epi8(a, b); }
 inline V Min8(V a, V b) { return _mm_min_epu8(a, b); }
 inline V Max8(V a, V b) { return _mm_max_epu8(a, b); }
+// (a + b + 1) >> 1.
+inline V Average8(V a, V b) { return _mm_avg_epu8(a, b); }
 inline V AddLimited8(V a, V b) { return _mm_adds_epu8(a, b); }
 inline V Add16(V a, V b) { return _mm_add_epi16(a, b); }
 inline V Sub16(V a, V b) { return _mm_sub_epi16(a, b); }

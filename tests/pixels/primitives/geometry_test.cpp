@@ -1,6 +1,7 @@
 // What resampling and warping must do to a picture, whatever their arithmetic.
 
 #include "pixels/primitives/channels.h"
+#include "pixels/primitives/convert.h"
 #include "pixels/primitives/linear_algebra.h"
 #include "pixels/primitives/resize.h"
 #include "pixels/primitives/warp.h"
@@ -95,6 +96,84 @@ TEST(Resizing, ARampStaysARampWithItsEndsInPlace) {
                     << interpolation << ' ' << width << ' ' << x;
             }
         }
+}
+
+TEST(Resizing, OneAxisAloneIsBlendedFromTwoNeighbours) {
+    Picture source(37, 30, 3);
+    source.Randomise(3);
+    for (const std::int32_t height : {7, 15, 29, 30, 45, 60, 91}) {
+        Picture target = Resized(source, source.Whole(), {37, height}, kLinear);
+        for (std::int32_t y = 0; y < height; ++y) {
+            const double place = std::clamp((y + 0.5) * 30 / height - 0.5, 0.0, 29.0);
+            const std::int32_t above = std::min(static_cast<std::int32_t>(place), 28);
+            for (std::int32_t x = 0; x < 37; ++x)
+                ASSERT_NEAR(target.At(x, y, 1),
+                            source.At(x, above, 1) * (above + 1 - place) +
+                                source.At(x, above + 1, 1) * (place - above),
+                            1.6)
+                    << height << ' ' << x << ' ' << y;
+        }
+    }
+}
+
+// Packed 4:2:2 taken apart, each plane scaled by itself, and put together again.
+std::vector<Sample> ResizedByPlanes(Picture& packed, ImageSize size) {
+    const ImageSize from{packed.size.width * 2, packed.size.height};
+    const double x = static_cast<double>(size.width) / from.width;
+    const double y = static_cast<double>(size.height) / from.height;
+    Picture parts[3] = {
+        {from.width, from.height}, {from.width / 2, from.height}, {from.width / 2, from.height}};
+    std::vector<Picture> scaled = {
+        {size.width, size.height}, {size.width / 2, size.height}, {size.width / 2, size.height}};
+    Sample* planes[3];
+    const Sample* scaledPlanes[3];
+    std::ptrdiff_t strides[3];
+    std::ptrdiff_t scaledStrides[3];
+    for (std::size_t i = 0; i < 3; ++i) {
+        planes[i] = parts[i].samples.data();
+        strides[i] = parts[i].Stride();
+        scaledPlanes[i] = scaled[i].samples.data();
+        scaledStrides[i] = scaled[i].Stride();
+    }
+    EXPECT_EQ(SplitYUY2(packed.samples.data(), packed.Stride(), planes, strides, from), kImageOk);
+    for (std::size_t i = 0; i < 3; ++i)
+        EXPECT_EQ(Resize_8u_C1R(planes[i], parts[i].size, strides[i], parts[i].Whole(),
+                                scaled[i].samples.data(), scaledStrides[i], scaled[i].size, x, y,
+                                kLinear),
+                  kImageOk);
+    Picture result(size.width / 2, size.height, 4);
+    EXPECT_EQ(PackYUY2(scaledPlanes, scaledStrides, result.samples.data(), result.Stride(), size),
+              kImageOk);
+    return result.samples;
+}
+
+TEST(Resizing, PackedPicturesGiveWhatTheirPlanesGive) {
+    const ImageSize sources[] = {{4, 3}, {48, 30}, {1930, 6}, {6000, 2}};
+    const ImageSize targets[] = {{2, 1},   {24, 15}, {96, 60},   {32, 7},   {48, 11},
+                                 {62, 30}, {70, 44}, {2050, 12}, {3860, 12}};
+    for (const ImageSize from : sources)
+        for (const ImageSize to : targets) {
+            Picture source(from.width / 2, from.height, 4);
+            source.Randomise(9);
+            Picture target(to.width / 2, to.height, 4);
+            const ImageStatus status = ResizeLinearPacked(
+                source.samples.data(), source.Stride(), from, target.samples.data(),
+                target.Stride(), to, static_cast<double>(to.width) / from.width,
+                static_cast<double>(to.height) / from.height, PackedOrder::kLumaFirst);
+            // A target of less than 64 columns for each span of the source goes by planes.
+            if (status == kImageNotSupported) {
+                EXPECT_GT(from.width, 60 * to.width);
+                continue;
+            }
+            ASSERT_EQ(status, kImageOk);
+            ASSERT_EQ(target.samples, ResizedByPlanes(source, to))
+                << from.width << 'x' << from.height << " to " << to.width << 'x' << to.height;
+        }
+    const Picture odd(3, 1, 4);
+    Picture target(3, 1, 4);
+    EXPECT_EQ(ResizeLinearPacked(odd.samples.data(), 12, {5, 1}, target.samples.data(), 12, {6, 1},
+                                 1.2, 1, PackedOrder::kLumaFirst),
+              kImageSizeError);
 }
 
 TEST(Resizing, AMirroredPictureGivesTheMirroredResult) {
