@@ -94,5 +94,6 @@ void ReportBlends();
 void ReportChromaKey();
 void ReportConversions();  // with libyuv and libswscale
 void ReportScaling();      // with libyuv and OpenCV
+void ReportXml();          // with pugixml
 
 }  // namespace qdvm::bench

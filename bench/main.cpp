@@ -17,11 +17,17 @@ struct Report {
 };
 
 constexpr Report kReports[] = {
-    {"full-frame", qdvm::bench::ReportFullFrame},    {"streams", qdvm::bench::ReportStreams},
-    {"chroma-key", qdvm::bench::ReportChromaKey},    {"layouts", qdvm::bench::ReportLayouts},
+    {"full-frame", qdvm::bench::ReportFullFrame},
+    {"streams", qdvm::bench::ReportStreams},
+    {"chroma-key", qdvm::bench::ReportChromaKey},
+    {"layouts", qdvm::bench::ReportLayouts},
     {"blends", qdvm::bench::ReportBlends},
 #ifdef QDVM_BENCH_KERNEL_PEERS
-    {"conversions", qdvm::bench::ReportConversions}, {"scaling", qdvm::bench::ReportScaling},
+    {"conversions", qdvm::bench::ReportConversions},
+    {"scaling", qdvm::bench::ReportScaling},
+#endif
+#ifdef QDVM_BENCH_PUGIXML
+    {"xml", qdvm::bench::ReportXml},
 #endif
 };
 

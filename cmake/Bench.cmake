@@ -17,6 +17,10 @@ if(QDVM_LIBYUV AND QDVM_OPENCV_IMGPROC AND QDVM_OPENCV_INCLUDE AND QDVM_SWSCALE_
 else()
     list(FILTER bench_sources EXCLUDE REGEX "bench/(conversions|scaling)\\.cpp$")
 endif()
+find_package(pugixml QUIET)
+if(NOT pugixml_FOUND)
+    list(FILTER bench_sources EXCLUDE REGEX "bench/xml\\.cpp$")
+endif()
 list(APPEND bench_sources
     "${PROJECT_SOURCE_DIR}/tests/support/graph_fakes.cpp"
     "${PROJECT_SOURCE_DIR}/tests/support/guarded_memory.cpp"
@@ -33,6 +37,10 @@ if(bench_sources)
         target_include_directories(bench_qdvm SYSTEM PRIVATE "${QDVM_OPENCV_INCLUDE}")
         target_link_libraries(bench_qdvm PRIVATE "${QDVM_LIBYUV}" "${QDVM_OPENCV_IMGPROC}"
             "${QDVM_OPENCV_CORE}" PkgConfig::QDVM_SWSCALE)
+    endif()
+    if(pugixml_FOUND)
+        target_compile_definitions(bench_qdvm PRIVATE QDVM_BENCH_PUGIXML)
+        target_link_libraries(bench_qdvm PRIVATE pugixml::pugixml)
     endif()
     if(QDVM_GST_FOUND AND QDVM_GST_TOOLS_FOUND)
         target_compile_definitions(bench_qdvm PRIVATE QDVM_BENCH_GSTREAMER)

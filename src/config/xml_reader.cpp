@@ -175,12 +175,15 @@ bool ParseAttributes(const XMLNodePtr& node, std::u16string_view text, AttrMode 
     return isRead;
 }
 
+HRESULT ParseBytes(const XMLNodePtr& node, std::span<const std::uint8_t> bytes) {
+    const std::u16string text = DecodeBytes(bytes);
+    return Parse(node, Without(Without(UpToZero(text), u"<!--", u"-->"), u"<?", u"?>"));
+}
+
 HRESULT ParseFile(const XMLNodePtr& node, std::u16string_view path) {
     std::vector<std::uint8_t> bytes;
     const HRESULT result = ReadFile(path, bytes);
-    if (Failed(result)) return result;
-    const std::u16string text = DecodeBytes(bytes);
-    return Parse(node, Without(Without(UpToZero(text), u"<!--", u"-->"), u"<?", u"?>"));
+    return Failed(result) ? result : ParseBytes(node, bytes);
 }
 
 HRESULT ParseAny(const XMLNodePtr& node, std::optional<std::u16string_view> textOrFile) {

@@ -20,7 +20,9 @@
 #include <qdvideomixer/object.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
+#include <span>
 #include <string_view>
 
 namespace qdvm::XMLParse {
@@ -39,7 +41,11 @@ HRESULT Parse(const XMLNodePtr& node, std::optional<std::u16string_view> text,
 bool ParseAttributes(const XMLNodePtr& node, std::u16string_view text, AttrMode mode,
                      bool pathKeys);
 
-// Without comments and processing instructions. The result of Parse, or the failure of reading.
+// The bytes of a file in any encoding (text_encoding.h), without comments and processing
+// instructions. The result of Parse.
+HRESULT ParseBytes(const XMLNodePtr& node, std::span<const std::uint8_t> bytes);
+
+// The same, or the failure of reading the file.
 HRESULT ParseFile(const XMLNodePtr& node, std::u16string_view path);
 
 // Takes the text for a file if it can be a path (file_path.h) and there is such a file; else for a
