@@ -46,7 +46,7 @@ ChromaKeySettings KeyOf(std::int32_t keyType, std::uint32_t delta, std::int32_t 
 }
 
 // Half-axes that suit a wall like this one.
-constexpr std::uint32_t kYuvDelta = 0x1e1e46;  // Y 70, U 30, V 30
+constexpr std::uint32_t kYuvDelta = 0x222246;  // Y 70, U 34, V 34
 constexpr std::uint32_t kHlsDelta = 0x502d12;  // H 18, L 45, S 80
 constexpr std::uint32_t kRgbDelta = 0x284628;  // R 40, G 70, B 40
 
@@ -155,8 +155,9 @@ std::vector<SpeedCase> SpeedCases() {
     for (int i = 1; i < 4; ++i) four.keys[i] = one.keys[0];
     ChromaKeySettings matrix = one;
     matrix.nSpillMode = eVMSM_Matrix;
-    matrix.keys[0].spillChroma = 100;
-    matrix.keys[0].spillExtraDelta = 20;
+    matrix.keys[0].spillChroma = 30;
+    matrix.keys[0].spillSaturation = -8;
+    matrix.keys[0].spillExtraDelta = 8;
     ChromaKeySettings uv = matrix;
     uv.nSpillMode = eVMSM_UV;
     uv.nFlags = eVMKF_SpillAway;

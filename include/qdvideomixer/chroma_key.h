@@ -54,6 +54,9 @@ struct ChromaKeyEntry {
     std::int32_t spillEnable;
 };
 
+// For a wall of one colour: eVMK_YUV, keyDelta 0x222246, keySoftness 20, nSmooth 1; and against its
+// light on the edges eVMSM_Matrix, spillExtraDelta 8, spillChroma 30, spillSaturation -8. More
+// spillChroma turns the edges to the opposite colour.
 struct ChromaKeySettings {
     std::int32_t keyType;  // eVM_KeyType
     std::int32_t nKeys;    // entries that count, at most kMaxChromaKeys
