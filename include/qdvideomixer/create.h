@@ -10,7 +10,8 @@ namespace qdvm {
 
 // A mixer: a filter with one free input pin and one output pin. Ask for IBaseFilter to put it into
 // a graph, for IQDVideoMixer to drive it, for IQDVideoMixerStatus to see how its streams do, for
-// IQDVideoMixerFrames to change things between two frames, IQDVideoMixerChromaKey for keys.
+// IQDVideoMixerFrames to change things between two frames, for IQDVideoMixerChromaKey to set keys,
+// for IQProps to keep named values, for IQPersist and IPersistStream to save and load its setup.
 HRESULT CreateQDVideoMixer(REFIID iid, void** object);
 
 // An empty in-process filter graph: IFilterGraph2, IMediaControl and IMediaEventSink. It owns the
@@ -20,5 +21,8 @@ HRESULT CreateFilterGraph(REFIID iid, void** object);
 
 // A clock on the system's steady time: IReferenceClock. It never runs backwards.
 HRESULT CreateSystemClock(REFIID iid, void** object);
+
+// An empty stream of bytes in memory that grows as it is written: IStream (byte_stream.h).
+HRESULT CreateByteStream(REFIID iid, void** object);
 
 }  // namespace qdvm

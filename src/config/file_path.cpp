@@ -1,11 +1,15 @@
 #include "config/file_path.h"
 
+#include "platform/file.h"
+
+#include <algorithm>
 #include <cstddef>
 
 namespace qdvm {
 namespace {
 
 constexpr std::size_t kNone = std::u16string_view::npos;
+constexpr std::u16string_view kSeparators = u"/\\";
 
 constexpr bool IsLetter(char16_t unit) {
     const char16_t lower = unit | 0x20;
@@ -19,6 +23,11 @@ bool HasExtension(std::u16string_view text) {
     const std::u16string_view name = text.substr(separator == kNone ? 0 : separator + 1);
     const std::size_t dot = name.rfind(u'.');
     return dot != kNone && dot + 1 < name.size();
+}
+
+// The last separator in front of `end`.
+std::size_t SeparatorBefore(std::u16string_view text, std::size_t end) {
+    return end == 0 ? kNone : text.find_last_of(kSeparators, end - 1);
 }
 
 }  // namespace
@@ -35,6 +44,52 @@ bool IsFilePath(std::u16string_view text) {
     constexpr std::size_t kMostLength = 2600;
     if (text.size() > kMostLength || text.find_first_of(u"?*\"<>|") != kNone) return false;
     return IsAbsolutePath(text) || HasExtension(text) || text.find_first_of(u"/\\") != kNone;
+}
+
+std::u16string MakeAbsolutePath(std::u16string_view base, std::u16string_view path) {
+    std::u16string_view rest = path;
+    const auto dropSeparators = [&] {
+        while (!rest.empty() && IsSeparator(rest.front())) rest.remove_prefix(1);
+    };
+    dropSeparators();
+    std::size_t end = SeparatorBefore(base, base.size());
+    while (end != kNone && rest.size() > 2 && rest.substr(0, 2) == u".." && IsSeparator(rest[2])) {
+        rest.remove_prefix(3);
+        end = SeparatorBefore(base, end);
+    }
+    if (end == kNone || rest.empty()) return std::u16string(path);
+    std::u16string absolute(base.substr(0, end + 1));
+    absolute.append(rest);
+    if (base.front() == u'/') std::replace(absolute.begin(), absolute.end(), u'\\', u'/');
+    return absolute;
+}
+
+std::u16string MakeRelativePath(std::u16string_view base, std::u16string_view path) {
+    const auto differ = std::mismatch(base.begin(), base.end(), path.begin(), path.end());
+    const std::size_t common =
+        SeparatorBefore(base, static_cast<std::size_t>(differ.first - base.begin()));
+    if (common == kNone) return std::u16string(path);
+    const std::u16string_view steps = base.substr(common + 1);
+    const std::u16string_view step = base[common] == u'/' ? u"../" : u"..\\";
+    std::u16string relative;
+    for (auto count = std::count_if(steps.begin(), steps.end(), IsSeparator); count > 0; --count)
+        relative += step;
+    relative += path.substr(common + 1);
+    // A backslash in a name, a name of dots, nothing at all.
+    return MakeAbsolutePath(base, relative) == path ? relative : std::u16string(path);
+}
+
+std::u16string AbsoluteFileName(std::u16string_view name) {
+    if (name.empty() || IsAbsolutePath(name)) return std::u16string(name);
+    const std::u16string directory = WorkingDirectory();
+    return directory.empty() ? std::u16string(name) : directory + u'/' + std::u16string(name);
+}
+
+std::u16string PathInDocument(std::u16string_view place, std::u16string_view path) {
+    if (path.empty() || IsAbsolutePath(path) || !IsAbsolutePath(place)) return std::u16string(path);
+    std::u16string beside = MakeAbsolutePath(place, path);
+    if (!FileExists(beside) && FileExists(path)) return std::u16string(path);
+    return beside;
 }
 
 }  // namespace qdvm

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -23,5 +24,9 @@ HRESULT WriteFile(std::u16string_view name, std::span<const std::uint8_t> conten
 
 // Whether there is a file (not a directory) of that name.
 bool FileExists(std::u16string_view name);
+
+// The directory that relative names start from, without a separator at its end; empty if it can't
+// be told.
+std::u16string WorkingDirectory();
 
 }  // namespace qdvm

@@ -25,6 +25,9 @@ bool IsFileAt(const std::string& path);
 // False for what is no regular file: directories, pipes, devices.
 bool RegularFileSizeAt(const std::string& path, std::uint64_t* bytes);
 
+// Empty if it can't be told.
+std::string WorkingDirectoryPath();
+
 // Makes a directory and those above it that are missing.
 HRESULT MakeDirectories(const std::string& path);
 

@@ -12,7 +12,9 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <new>
+#include <system_error>
 #include <thread>
 
 namespace qdvm {
@@ -199,6 +201,12 @@ HRESULT TouchFileAt(const std::string& path) {
 bool IsFileAt(const std::string& path) {
     struct stat status = {};
     return stat(path.c_str(), &status) == 0 && !S_ISDIR(status.st_mode);
+}
+
+std::string WorkingDirectoryPath() {
+    std::error_code error;
+    const std::filesystem::path path = std::filesystem::current_path(error);
+    return error ? std::string() : path.string();
 }
 
 bool RegularFileSizeAt(const std::string& path, std::uint64_t* bytes) {
