@@ -165,21 +165,11 @@ ImageStatus MixPlaneAs(std::int32_t fccType, const Frames& frames, Plane plane) 
     }
 }
 
-// Source over destination, row by row so that the second step finds the row in the cache. Frames
-// hold straight alpha, what is composed is premultiplied.
-ImageStatus Composite(const Frames& frames) {
+// Source over destination. Frames hold straight alpha.
+ImageStatus CompositeFrames(const Frames& frames, std::int32_t opacity) {
     const Places& at = frames.places;
-    const ImageSize row{at.size.width, 1};
-    for (std::ptrdiff_t y = 0; y < at.size.height; ++y) {
-        const BYTE* const source = frames.Source(0) + y * at.from.stride[0];
-        BYTE* const dest = frames.Dest(0) + y * at.to.stride[0];
-        const ImageStatus status =
-            AlphaComp_8u_AC4R(source, at.from.stride[0], dest, at.to.stride[0], dest,
-                              at.to.stride[0], row, kAlphaOver);
-        if (status != kImageOk) return status;
-        (void)UnpremultiplyRow(dest, dest, row.width);
-    }
-    return kImageOk;
+    return Composite(frames.Source(0), at.from.stride[0], frames.Dest(0), at.to.stride[0], at.size,
+                     opacity);
 }
 
 HRESULT Result(ImageStatus status) { return status == kImageOk ? S_OK : E_FAIL; }
@@ -204,10 +194,20 @@ HRESULT Img_MixPlane(const BYTE* src, const BYTE* plane, BYTE* dst, const PIC_PR
     const HRESULT placed = FindPlaces(S, D, s, d, &places);
     if (placed != S_OK) return placed;
     const Frames frames{src, dst, places};
-    if (D->fccType == kFccARGB32) return Result(Composite(frames));
+    if (D->fccType == kFccARGB32) return Result(CompositeFrames(frames, kWeights));
     RectWalk walk;
     if (!FindPlane(*S, bBottomUpPlane, places, &walk)) return E_FAIL;
     return Result(MixPlaneAs(D->fccType, frames, {plane + walk.firstRow[0], walk.stride[0]}));
+}
+
+HRESULT Img_Composite(const BYTE* src, BYTE* dst, std::int32_t opacity, const PIC_PROPS* S,
+                      const PIC_PROPS* D, const ImgRect* s, const ImgRect* d) {
+    if (!src || !dst || opacity < 0 || opacity > kWeights) return E_INVALIDARG;
+    if (S && S->fccType != kFccARGB32) return E_NOTIMPL;
+    Places places{};
+    const HRESULT placed = FindPlaces(S, D, s, d, &places);
+    if (placed != S_OK) return placed;
+    return Result(CompositeFrames({src, dst, places}, opacity));
 }
 
 }  // namespace qdvm

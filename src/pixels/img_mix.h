@@ -34,6 +34,11 @@ HRESULT Img_MixConst(const BYTE* src, BYTE* dst, std::int32_t a, std::int32_t b,
 HRESULT Img_MixPlane(const BYTE* src, const BYTE* plane, BYTE* dst, const PIC_PROPS* S,
                      const PIC_PROPS* D, bool bBottomUpPlane, const ImgRect* s, const ImgRect* d);
 
+// The same compositing with the fourth bytes of src times opacity / 256, halves to even; from 0 to
+// 256, which leaves them as they are. E_NOTIMPL for other formats than ARGB32.
+HRESULT Img_Composite(const BYTE* src, BYTE* dst, std::int32_t opacity, const PIC_PROPS* S,
+                      const PIC_PROPS* D, const ImgRect* s, const ImgRect* d);
+
 // The fourth byte of each pixel of a row from the plane, the others from src. dst may be src.
 inline void Img_AlphaInsertRow(BYTE* dst, const BYTE* src, const BYTE* planeRow,
                                std::int32_t pixels) {

@@ -75,7 +75,6 @@ private:
     ImgRect MaskRect() const;
 
     void Blend(const Plane& plane, BYTE* outFrame);
-    void BlendOwnBytes(BYTE* outFrame);
     void Project(const Plane& plane, BYTE* outFrame);
     void DrawProjectedBorder();
     const BYTE* PlaneWithBorder(const BYTE* plane);

@@ -117,40 +117,10 @@ void StageChain::Draw(BYTE* outFrame, const VM_VIDEO_PROPS& out) {
     DrawBorder(outFrame, out.picProps);
 }
 
-// Opacity goes into a few rows at a time, which stay at hand from the copy to the blend.
-void StageChain::BlendOwnBytes(BYTE* outFrame) {
-    if (Opacity() == 1.0) {
-        (void)Img_MixPlane(picture, nullptr, outFrame, &S, &plan.output, false, &C, &plan.target);
-        return;
-    }
-    constexpr std::int32_t kBandRows = 8;
-    const BYTE opacity = ToByte(Opacity() * 255);
-    const PIC_PROPS band{S.fccType, S.nWidth, -kBandRows, S.nRowWidth};
-    BYTE* const rows = SliceAt(kBordered);
-    if (!rows) return;
-    const auto columns = static_cast<std::int32_t>(C.Width());
-    for (std::int32_t top = C.top; top < C.bottom; top += kBandRows) {
-        const std::int32_t count = std::min(kBandRows, C.bottom - top);
-        const std::int32_t target = plan.target.top + (top - C.top);
-        const ImgRect from{C.left, top, C.right, top + count};
-        const ImgRect in{C.left, 0, C.right, count};
-        const ImgRect to{plan.target.left, target, plan.target.right, target + count};
-        if (Img_CopyRect(picture, rows, &S, &band, &from, &in) != S_OK) return;
-        BYTE* const alpha = Scratch();
-        const std::ptrdiff_t stride = PlaneLayout(band, false).stride[0];
-        BYTE* const first = rows + in.left * std::ptrdiff_t{4};
-        (void)Copy_8u_C4C1R(first + kAlphaByte, stride, alpha, columns, {columns, count});
-        (void)MulC8Rows(opacity, alpha, columns * count, 8);
-        for (std::int32_t row = 0; row < count; ++row)
-            Img_AlphaInsertRow(first + row * stride, first + row * stride, alpha + row * columns,
-                               columns);
-        (void)Img_MixPlane(rows, nullptr, outFrame, &band, &plan.output, false, &in, &to);
-    }
-}
-
 void StageChain::Blend(const Plane& plane, BYTE* outFrame) {
     if (plan.bOwnBytes) {
-        BlendOwnBytes(outFrame);
+        const std::int32_t opacity = Opacity() == 1.0 ? 256 : ToByte(Opacity() * 255);
+        (void)Img_Composite(picture, outFrame, opacity, &S, &plan.output, &C, &plan.target);
         return;
     }
     if (plane.rows) {

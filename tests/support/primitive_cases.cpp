@@ -447,7 +447,7 @@ void AddBlends(std::vector<PrimitiveCase>* cases) {
                          Slot slot, ImageSize smallest = {1, 1}) {
         cases->push_back({name, std::move(operands), std::move(call), {slot}, smallest});
     };
-    for (const int weight : {1, 77, 128, 255}) {
+    for (const int weight : {1, 77, 128, 255, 256}) {
         const std::string suffix = " by " + std::to_string(weight);
         add(
             "MixConst" + suffix, {Read(Pixels(1)), Change(Pixels(1))},
@@ -475,6 +475,13 @@ void AddBlends(std::vector<PrimitiveCase>* cases) {
         add("MixConstPacked luma second" + suffix, {Read(Pairs(4)), Change(Pairs(4))},
             packed(PackedOrder::kLumaSecond), SLOT(blends.mixConstPacked[kLumaSecond]), pair);
     }
+    for (const int opacity : {256, 255, 128})
+        add(
+            "Composite by " + std::to_string(opacity), {Read(Pixels(4)), Change(Pixels(4))},
+            [opacity](const Views& v, ImageSize s) {
+                return Composite(v[0].data, v[0].stride, v[1].data, v[1].stride, s, opacity);
+            },
+            SLOT(blends.composite));
     const auto mixPlane = [](int bytes) {
         return [bytes](const Views& v, ImageSize s) {
             return MixPlane(v[0].data, v[0].stride, v[1].data, v[1].stride, v[2].data, v[2].stride,

@@ -68,6 +68,15 @@ ImageStatus MixConstPacked(const Sample* src, std::ptrdiff_t srcStride, Sample* 
                            const Sample* from, Sample* to) { mix(from, to, pairs, a2, b2); });
 }
 
+ImageStatus Composite(const Sample* src, std::ptrdiff_t srcStride, Sample* dst,
+                      std::ptrdiff_t dstStride, ImageSize size, int opacity) {
+    return BlendRowsOf(src, srcStride, dst, dstStride, std::ptrdiff_t{size.width} * 4, size,
+                       kOnePixel,
+                       [=, composite = Forms().blends.composite](const Sample* from, Sample* to) {
+                           composite(from, to, size.width, opacity);
+                       });
+}
+
 ImageStatus MixPlane(const Sample* src, std::ptrdiff_t srcStride, const Sample* plane,
                      std::ptrdiff_t planeStride, Sample* dst, std::ptrdiff_t dstStride,
                      ImageSize size, int pixelBytes) {

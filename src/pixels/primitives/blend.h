@@ -21,6 +21,12 @@ ImageStatus MixConstPacked(const Sample* src, std::ptrdiff_t srcStride, Sample* 
                            std::ptrdiff_t dstStride, ImageSize size, PackedOrder order, int a2,
                            int b2);
 
+// Pixels of four bytes with straight alpha in the fourth, over those of dst: what AlphaComp_8u_AC4R
+// followed by UnpremultiplyRow gives. The alphas of src count times opacity / 256, as MulC8Rows
+// multiplies; opacity is from 0 to 256.
+ImageStatus Composite(const Sample* src, std::ptrdiff_t srcStride, Sample* dst,
+                      std::ptrdiff_t dstStride, ImageSize size, int opacity);
+
 // Through a plane of alpha, one sample a pixel: each byte d = (s a + d (255 - a) + 255) >> 8.
 // kImageNotSupported unless a pixel has 1, 3 or 4 bytes.
 ImageStatus MixPlane(const Sample* src, std::ptrdiff_t srcStride, const Sample* plane,

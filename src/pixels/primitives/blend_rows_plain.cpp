@@ -64,6 +64,15 @@ void Unpremultiply(const Sample* src, Sample* dst, std::int32_t n) {
     }
 }
 
+void Composite(const Sample* src, Sample* dst, std::int32_t n, int opacity) {
+    for (std::ptrdiff_t i = 0; i < 4 * std::ptrdiff_t{n}; i += 4) {
+        const Sample top[4] = {src[i], src[i + 1], src[i + 2],
+                               Product256(static_cast<unsigned>(opacity), src[i + 3])};
+        AlphaOver(top, dst + i, dst + i, 1);
+        Unpremultiply(dst + i, dst + i, 1);
+    }
+}
+
 void InsertFourth(const Sample* src, const Sample* plane, Sample* dst, std::int32_t n) {
     for (std::ptrdiff_t i = 0; i < n; ++i) {
         for (int c = 0; c < 3; ++c) dst[4 * i + c] = src[4 * i + c];
@@ -142,6 +151,7 @@ const BlendRows kBlendRowsPlain = {
     AddC,
     AlphaOver,
     Unpremultiply,
+    Composite,
     InsertFourth,
     MixConst,
     MixConstChroma,

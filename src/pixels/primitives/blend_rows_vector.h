@@ -47,61 +47,130 @@ inline void VectorAddC(Sample value, Sample* row, std::int32_t n) {
 // (t + 1 + (t >> 8)) >> 8 = ((t + 1) * 257) >> 16 for all products t of bytes.
 inline V Product255(V x, V y) { return MulHigh16(Add16(Mul16(x, y), All16(1)), All16(257)); }
 
+// Brings the alphas of pixels of four bytes to their words.
+struct AlphaPlaces {
+    alignas(16) static constexpr std::uint8_t kLow[16] = {3, 128, 3, 128, 3, 128, 3, 128,
+                                                          7, 128, 7, 128, 7, 128, 7, 128};
+    alignas(16) static constexpr std::uint8_t kHigh[16] = {11, 128, 11, 128, 11, 128, 11, 128,
+                                                           15, 128, 15, 128, 15, 128, 15, 128};
+    // A factor of 255 leaves the fourth channel, which is alpha itself, as it is.
+    alignas(16) static constexpr std::uint16_t kWholeFourth[8] = {0, 0, 0, 255, 0, 0, 0, 255};
+
+    V low = LoadLanes(kLow);
+    V high = LoadLanes(kHigh);
+    V wholeFourth = LoadLanes(kWholeFourth);
+};
+
 // `top` over `under`: words of the pixels and of their alphas, each alpha four times.
 inline V OverOf(V top, V topAlpha, V under, V underAlpha, V wholeFourth) {
-    // A factor of 255 leaves the fourth channel, which is alpha itself, as it is.
     const V shown = Product255(top, Or(topAlpha, wholeFourth));
     const V behind =
         Product255(Product255(under, Or(underAlpha, wholeFourth)), Sub16(All16(255), topAlpha));
     return Add16(shown, behind);
 }
 
-inline void VectorAlphaOver(const Sample* top, const Sample* under, Sample* dst, std::int32_t n) {
-    alignas(16) static constexpr std::uint8_t kLowAlpha[16] = {3, 128, 3, 128, 3, 128, 3, 128,
-                                                               7, 128, 7, 128, 7, 128, 7, 128};
-    alignas(16) static constexpr std::uint8_t kHighAlpha[16] = {11, 128, 11, 128, 11, 128, 11, 128,
-                                                                15, 128, 15, 128, 15, 128, 15, 128};
-    alignas(16) static constexpr std::uint16_t kWholeFourth[8] = {0, 0, 0, 255, 0, 0, 0, 255};
-    const V low = LoadLanes(kLowAlpha);
-    const V high = LoadLanes(kHighAlpha);
-    const V wholeFourth = LoadLanes(kWholeFourth);
+inline V OverOf(V top, V under, const AlphaPlaces& at) {
     const V zero = Zero();
+    return Narrow16(OverOf(Low8(top, zero), Shuffle8(top, at.low), Low8(under, zero),
+                           Shuffle8(under, at.low), at.wholeFourth),
+                    OverOf(High8(top, zero), Shuffle8(top, at.high), High8(under, zero),
+                           Shuffle8(under, at.high), at.wholeFourth));
+}
+
+// The same over opaque pixels, whose colours take part as they are.
+inline V OverOpaqueOf(V top, V topAlpha, V under, V wholeFourth) {
+    return Add16(Product255(top, Or(topAlpha, wholeFourth)),
+                 Product255(under, Sub16(All16(255), topAlpha)));
+}
+
+inline V OverOpaqueOf(V top, V under, const AlphaPlaces& at) {
+    const V zero = Zero();
+    return Narrow16(
+        OverOpaqueOf(Low8(top, zero), Shuffle8(top, at.low), Low8(under, zero), at.wholeFourth),
+        OverOpaqueOf(High8(top, zero), Shuffle8(top, at.high), High8(under, zero), at.wholeFourth));
+}
+
+inline void VectorAlphaOver(const Sample* top, const Sample* under, Sample* dst, std::int32_t n) {
+    const AlphaPlaces at;
     AnyWidth<kVectorBytes / 4>(
         n,
         [=](const Sample* a, const Sample* b, Sample* to) {
-            const V t = Load(a);
-            const V u = Load(b);
-            Store(to, Narrow16(OverOf(Low8(t, zero), Shuffle8(t, low), Low8(u, zero),
-                                      Shuffle8(u, low), wholeFourth),
-                               OverOf(High8(t, zero), Shuffle8(t, high), High8(u, zero),
-                                      Shuffle8(u, high), wholeFourth)));
+            Store(to, OverOf(Load(a), Load(b), at));
         },
         In<4>{top}, In<4>{under}, Out<4>{dst});
 }
 
-inline void VectorUnpremultiply(const Sample* src, Sample* dst, std::int32_t n) {
-    // A pixel's factor for its three colours; 256, which changes nothing, for its alpha.
+// A pixel's factor for its three colours; 256, which changes nothing, for its alpha.
+struct FactorPlaces {
     alignas(16) static constexpr std::uint8_t kLow[16] = {0, 1, 0, 1, 0, 1, 128, 128,
                                                           4, 5, 4, 5, 4, 5, 128, 128};
     alignas(16) static constexpr std::uint8_t kHigh[16] = {8,  9,  8,  9,  8,  9,  128, 128,
                                                            12, 13, 12, 13, 12, 13, 128, 128};
     alignas(16) static constexpr std::uint16_t kKeepFourth[8] = {0, 0, 0, 256, 0, 0, 0, 256};
-    const V low = LoadLanes(kLow);
-    const V high = LoadLanes(kHigh);
-    const V keepFourth = LoadLanes(kKeepFourth);
+
+    V low = LoadLanes(kLow);
+    V high = LoadLanes(kHigh);
+    V keepFourth = LoadLanes(kKeepFourth);
+};
+
+inline V StraightOf(V pixels, const FactorPlaces& at) {
     const V zero = Zero();
+    const V alpha = Right32<24>(pixels);
+    const V factors = AndNot(Equal32(alpha, zero), UnpremultiplyFactors(alpha));
+    // (colour << 8) * factor >> 16
+    return Narrow16(MulHigh16(Low8(zero, pixels), Or(Shuffle8(factors, at.low), at.keepFourth)),
+                    MulHigh16(High8(zero, pixels), Or(Shuffle8(factors, at.high), at.keepFourth)));
+}
+
+inline void VectorUnpremultiply(const Sample* src, Sample* dst, std::int32_t n) {
+    const FactorPlaces at;
+    AnyWidth<kVectorBytes / 4>(
+        n, [=](const Sample* from, Sample* to) { Store(to, StraightOf(Load(from), at)); },
+        In<4>{src}, Out<4>{dst});
+}
+
+inline bool AreOpaque(V pixels) {
+    return IsAllSet(Equal8(Or(pixels, All32(0x00ffffff)), All8(0xff)));
+}
+
+// Most pixels are opaque. Opaque ones cover what they lie on, and over opaque ones everything is
+// opaque again: then nothing is to be multiplied by their alpha or divided by the result's.
+inline void Composite(V top, Sample* to, const AlphaPlaces& alphas, const FactorPlaces& factors) {
+    if (AreOpaque(top)) {
+        Store(to, top);
+        return;
+    }
+    const V under = Load(to);
+    Store(to, AreOpaque(under) ? OverOpaqueOf(top, under, alphas)
+                               : StraightOf(OverOf(top, under, alphas), factors));
+}
+
+// The factor is a word in each 32 bits.
+inline V TimesOpacity(V pixels, V factor, V toFourth) {
+    const V alpha = Shuffle8(Product256(Right32<24>(pixels), factor), toFourth);
+    return Or(And(pixels, All32(0x00ffffff)), alpha);
+}
+
+inline void VectorComposite(const Sample* src, Sample* dst, std::int32_t n, int opacity) {
+    constexpr int kAllOfIt = 256;
+    alignas(16) static constexpr std::uint8_t kToFourth[16] = {128, 128, 128, 0, 128, 128, 128, 4,
+                                                               128, 128, 128, 8, 128, 128, 128, 12};
+    const AlphaPlaces alphas;
+    const FactorPlaces factors;
+    const V factor = All32(opacity);
+    const V toFourth = LoadLanes(kToFourth);
+    if (opacity == kAllOfIt) {
+        AnyWidth<kVectorBytes / 4>(
+            n, [=](const Sample* from, Sample* to) { Composite(Load(from), to, alphas, factors); },
+            In<4>{src}, InOut<4>{dst});
+        return;
+    }
     AnyWidth<kVectorBytes / 4>(
         n,
         [=](const Sample* from, Sample* to) {
-            const V pixels = Load(from);
-            const V alpha = Right32<24>(pixels);
-            const V factors = AndNot(Equal32(alpha, zero), UnpremultiplyFactors(alpha));
-            // (colour << 8) * factor >> 16
-            Store(to, Narrow16(
-                          MulHigh16(Low8(zero, pixels), Or(Shuffle8(factors, low), keepFourth)),
-                          MulHigh16(High8(zero, pixels), Or(Shuffle8(factors, high), keepFourth))));
+            Composite(TimesOpacity(Load(from), factor, toFourth), to, alphas, factors);
         },
-        In<4>{src}, Out<4>{dst});
+        In<4>{src}, InOut<4>{dst});
 }
 
 inline void VectorInsertFourth(const Sample* src, const Sample* plane, Sample* dst,
@@ -123,37 +192,36 @@ inline void VectorInsertFourth(const Sample* src, const Sample* plane, Sample* d
         In<4>{src}, In<1>{plane}, Out<4>{dst});
 }
 
-// --- Blends with constant weights: (s a + d (2^kBits - a)) >> kBits = ((s - d) a + (d << kBits))
-// >> kBits, modulo 2^16 on the way. Around grey it is the same, as 128 takes part with the full
-// weight.
+// --- Blends with constant weights: (s a + d b) >> kBits with a + b = 2^kBits. Of samples less 128
+// the sum of products fits a signed word, and the result is less by 128 as well. So around grey it
+// is the same.
+
+inline V LessGrey(V bytes) { return Xor(bytes, All8(0x80)); }
 
 template <int kBits>
-inline V MixOf(V s, V d, V weight) {
-    return Right16<kBits>(Add16(Mul16(Sub16(s, d), weight), Left16<kBits>(d)));
-}
-
-template <int kBits>
-inline void VectorMix(const Sample* src, Sample* dst, std::int32_t n, int a) {
-    const V weight = All16(a);
-    const V zero = Zero();
+inline void VectorMix(const Sample* src, Sample* dst, std::int32_t n, int a, int b) {
+    const V weights = All16(a | b << 8);
     AnyWidth<kVectorBytes>(
         n,
         [=](const Sample* from, Sample* to) {
-            const V s = Load(from);
-            const V d = Load(to);
-            Store(to, Narrow16(MixOf<kBits>(Low8(s, zero), Low8(d, zero), weight),
-                               MixOf<kBits>(High8(s, zero), High8(d, zero), weight)));
+            const V s = LessGrey(Load(from));
+            const V d = LessGrey(Load(to));
+            const V low = RightSigned16<kBits>(SumProducts8(weights, Low8(s, d)));
+            const V high = RightSigned16<kBits>(SumProducts8(weights, High8(s, d)));
+            Store(to, LessGrey(NarrowSigned16(low, high)));
         },
         In<1>{src}, InOut<1>{dst});
 }
 
-inline void VectorMixConst(const Sample* src, Sample* dst, std::int32_t n, int a, int /*b*/) {
-    VectorMix<8>(src, dst, n, a);
+inline void VectorMixConst(const Sample* src, Sample* dst, std::int32_t n, int a, int b) {
+    // Weights of 256 are no bytes.
+    if (a == 256) std::memcpy(dst, src, static_cast<std::size_t>(n));
+    if (a != 256 && b != 256) VectorMix<8>(src, dst, n, a, b);
 }
 
 inline void VectorMixConstPacked(const Sample* src, Sample* dst, std::int32_t pairs, int a2,
-                                 int /*b2*/) {
-    VectorMix<7>(src, dst, 4 * pairs, a2);
+                                 int b2) {
+    VectorMix<7>(src, dst, 4 * pairs, a2, b2);
 }
 
 // Even and odd bytes as words, neither unpacked nor packed again.
@@ -270,6 +338,7 @@ inline void UseVectorRows(BlendRows* rows) {
         VectorAddC,
         VectorAlphaOver,
         VectorUnpremultiply,
+        VectorComposite,
         VectorInsertFourth,
         VectorMixConst,
         VectorMixConst,

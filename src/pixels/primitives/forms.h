@@ -101,6 +101,8 @@ struct BlendRows {
     void (*addC)(Sample value, Sample* row, std::int32_t n);
     void (*alphaOver)(const Sample* top, const Sample* under, Sample* dst, std::int32_t n);
     void (*unpremultiply)(const Sample* src, Sample* dst, std::int32_t n);
+    // src over dst, straight alpha in and out. The alphas of src count opacity / 256.
+    void (*composite)(const Sample* src, Sample* dst, std::int32_t n, int opacity);
     void (*insertFourth)(const Sample* src, const Sample* plane, Sample* dst, std::int32_t n);
     // Weights a and b from 0 to 256 that sum to 256, or to 128 for packed 4:2:2.
     void (*mixConst)(const Sample* src, Sample* dst, std::int32_t n, int a, int b);

@@ -6,6 +6,7 @@
 #include "pixels/primitives/colour_space.h"
 #include "pixels/primitives/convert.h"
 #include "pixels/primitives/copy.h"
+#include "pixels/primitives/cpu_level.h"
 #include "pixels/primitives/fill.h"
 #include "pixels/primitives/filters.h"
 #include "support/primitive_cases.h"
@@ -108,6 +109,39 @@ TEST(Arithmetic, UnpremultipliedColoursGrowByTheirAlpha) {
     Row pixels{9, 8, 7, 0, 9, 8, 7, 255, 64, 32, 255, 128, 1, 200, 0, 1};
     ASSERT_EQ(UnpremultiplyRow(pixels.data(), pixels.data(), 4), kImageOk);
     EXPECT_EQ(pixels, (Row{0, 0, 0, 0, 9, 8, 7, 255, 127, 63, 255, 128, 127, 255, 0, 1}));
+}
+
+// Runs of opaque, clear and other pixels, long and short, on both sides.
+TEST(Blends, CompositesAreOverAndThenStraight) {
+    constexpr std::int32_t kPixels = 600;
+    constexpr Sample kAlphas[] = {255, 0, 254, 255, 128, 1};
+    Row top(kPixels * 4);
+    Row under(kPixels * 4);
+    for (std::size_t i = 0; i < kPixels * 4; ++i) {
+        const bool isAlpha = i % 4 == 3;
+        top[i] = isAlpha ? kAlphas[i / 90 % 6] : static_cast<Sample>(i * 37);
+        under[i] = isAlpha ? kAlphas[i / 208 % 4] : static_cast<Sample>(i * 91);
+    }
+    for (const int opacity : {256, 255, 100, 0}) {
+        Row faint = top;
+        for (std::size_t i = 3; opacity < 256 && i < faint.size(); i += 4)
+            (void)MulC8Rows(static_cast<Sample>(opacity), &faint[i], 1, 8);
+        Row wanted = under;
+        ASSERT_EQ(AlphaComp_8u_AC4R(faint.data(), 4 * kPixels, wanted.data(), 4 * kPixels,
+                                    wanted.data(), 4 * kPixels, {kPixels, 1}, kAlphaOver),
+                  kImageOk);
+        ASSERT_EQ(UnpremultiplyRow(wanted.data(), wanted.data(), kPixels), kImageOk);
+        for (int level = 0; level < kCpuLevels; ++level) {
+            if (!FormsOfLevel(level)) continue;
+            UseForms(FormsOfLevel(level));
+            Row seen = under;
+            const ImageStatus status =
+                Composite(top.data(), 4 * kPixels, seen.data(), 4 * kPixels, {kPixels, 1}, opacity);
+            UseForms(nullptr);
+            ASSERT_EQ(status, kImageOk);
+            EXPECT_EQ(seen, wanted) << "level " << level << ", opacity " << opacity;
+        }
+    }
 }
 
 TEST(Blends, EndsOfTheScales) {
