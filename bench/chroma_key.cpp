@@ -6,6 +6,7 @@
 #include "bench.h"
 #include "frames/format_table.h"
 #include "key_scenes.h"
+#include "pixels/chroma_key/key_recipe.h"
 #include "pixels/primitives/colour_space.h"
 
 #include <cstdio>
@@ -49,6 +50,15 @@ ChromaKeySettings KeyOf(std::int32_t keyType, std::uint32_t delta, std::int32_t 
 constexpr std::uint32_t kYuvDelta = 0x222246;  // Y 70, U 34, V 34
 constexpr std::uint32_t kHlsDelta = 0x502d12;  // H 18, L 45, S 80
 constexpr std::uint32_t kRgbDelta = 0x284628;  // R 40, G 70, B 40
+
+// What a user's words make, without touching the pixels.
+ChromaKeySettings Described(const char* words) {
+    KeyRecipe recipe;
+    (void)ParseKey(words, &recipe);
+    ChromaKeySettings settings = KeySettingsOf(recipe);
+    settings.nSpillMode = eVMSM_None;
+    return settings;
+}
 
 Planes KeyClipWith(const KeyClip& clip, const ChromaKeySettings& settings) {
     const FrameDesc desc = MakeFrameDesc({kFccYUY2, clip.width, clip.height, 0});
@@ -120,6 +130,8 @@ void ReportQuality() {
     judge("YUV, 3 passes", KeyOf(eVMK_YUV, kYuvDelta, 3));
     judge("HLS, 2 passes", KeyOf(eVMK_HLS, kHlsDelta, 2));
     judge("RGB, 2 passes", KeyOf(eVMK_RGB, kRgbDelta, 2));
+    judge("words: #18A038", Described("#18A038"));
+    judge("words: green", Described("green"));
     Planes peerMade;
     Planes peerFilmed;
     (void)RunChromaKeyPeer(made, 1, &peerMade);
@@ -155,9 +167,9 @@ std::vector<SpeedCase> SpeedCases() {
     for (int i = 1; i < 4; ++i) four.keys[i] = one.keys[0];
     ChromaKeySettings matrix = one;
     matrix.nSpillMode = eVMSM_Matrix;
-    matrix.keys[0].spillChroma = 30;
-    matrix.keys[0].spillSaturation = -8;
-    matrix.keys[0].spillExtraDelta = 8;
+    matrix.keys[0].spillChroma = 12;
+    matrix.keys[0].spillSaturation = -45;
+    matrix.keys[0].spillExtraDelta = 12;
     ChromaKeySettings uv = matrix;
     uv.nSpillMode = eVMSM_UV;
     uv.nFlags = eVMKF_SpillAway;

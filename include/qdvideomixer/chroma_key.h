@@ -55,8 +55,8 @@ struct ChromaKeyEntry {
 };
 
 // For a wall of one colour: eVMK_YUV, keyDelta 0x222246, keySoftness 20, nSmooth 1; and against its
-// light on the edges eVMSM_Matrix, spillExtraDelta 8, spillChroma 30, spillSaturation -8. More
-// spillChroma turns the edges to the opposite colour.
+// light on the edges eVMSM_Matrix, spillExtraDelta 12, spillChroma 12, spillSaturation -45, which
+// draws them to grey. Much more spillChroma turns them to the opposite colour.
 struct ChromaKeySettings {
     std::int32_t keyType;  // eVM_KeyType
     std::int32_t nKeys;    // entries that count, at most kMaxChromaKeys

@@ -142,6 +142,37 @@ TEST_F(Drawing, PicturesLieUnderAllAndFade) {
     EXPECT_FALSE(std::filesystem::exists(Name("n.y4m")));
 }
 
+TEST_F(Drawing, KeyedColoursAreTransparent) {
+    // Keyed and scaled, over white; in the format of the mix and in others.
+    for (const char* key : {"green", "#00FF00,softness=0", "auto"}) {
+        const Film film = Mixed({"test:white?size=160x96", "--target", "40x24+20+10", "--key", key,
+                                 "test:green?size=64x48", "--target", "40x24+80+10", "--key", key,
+                                 "--key", "blue", "test:green?size=64x48"});
+        ExpectLuma(film, 40, 20, kWhite);
+        ExpectLuma(film, 100, 20, kWhite);
+    }
+    const Film other = Mixed({"test:white?size=160x96", "--key", "blue", "test:green?size=64x48"});
+    ExpectLuma(other, 20, 20, 145);
+}
+
+TEST_F(Drawing, AKeyColourIsToldOrRefusedByName) {
+    const std::vector<std::string> tail = {"--duration", "0.12", "-y", "-o", Name("mix.y4m")};
+    std::vector<std::string> arguments = {"test:white", "--key", "auto", "test:green"};
+    arguments.insert(arguments.end(), tail.begin(), tail.end());
+    const Outcome told = RunCommand(arguments);
+    EXPECT_EQ(told.status, 0);
+    EXPECT_NE(told.err.find("input 2 (test:green): key colour #00F"), std::string::npos)
+        << told.err;
+    std::filesystem::remove(Name("mix.y4m"));
+    arguments[3] = "test:smpte";
+    const Outcome refused = RunCommand(arguments);
+    EXPECT_EQ(refused.status, 4);
+    EXPECT_NE(refused.err.find("input 2 (test:smpte): --key auto finds no colour: its border"),
+              std::string::npos)
+        << refused.err;
+    EXPECT_FALSE(std::filesystem::exists(Name("mix.y4m")));
+}
+
 TEST_F(Drawing, ATurnedPictureIsATrapezium) {
     const Film film = Mixed(
         {"--target", "96x64+32+16", "--turn", "40,0", "--view", "60", "test:white?size=96x64"});

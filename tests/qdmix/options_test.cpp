@@ -115,6 +115,22 @@ TEST(Options, ARectIsDescribedInTheSameWordsNowAndLater) {
     }
 }
 
+TEST(Options, SeveralKeysJoinAndWrongOnesAreNamed) {
+    const CommandLine line = Parsed({"--key", "green,softness=2", "--key", "#102030,spill=0", "a",
+                                     "--key=auto", "b", "c", "-o", "o.avi"});
+    EXPECT_EQ(TextOf(line.inputs[0].options.key), "green,softness=2+#102030,spill=0");
+    EXPECT_TRUE(line.inputs[1].options.key.WantsColour());
+    EXPECT_TRUE(line.inputs[2].options.key.parts.empty());
+    EXPECT_NE(Refusal({"--key", "green,hue=3", "a", "-o", "o"}).find("\"hue\" is no word"),
+              std::string::npos);
+    EXPECT_NE(Refusal({"--key", "blue", "--key", "green,space=rgb", "a", "-o", "o"}).find("space"),
+              std::string::npos);
+    for (const KeyWordHelp& word : KeyWords()) {
+        EXPECT_NE(HelpText().find(std::string("\n  ") + word.name + " "), std::string::npos)
+            << word.name;
+    }
+}
+
 TEST(Options, BackgroundsAndStillsHaveTheirTimes) {
     const CommandLine line = Parsed({"--background", "a@b.png", "--background", "#FF0000@2+1",
                                      "--background", "sky.jpg@4", "--capture", "first.png",

@@ -2,10 +2,12 @@
 
 // One sink pad as the session sees it.
 
+#include "hosts/gstreamer/buffer_reserve.h"
 #include "hosts/gstreamer/caps_map.h"
 #include "hosts/gstreamer/rect_settings.h"
 #include "hosts/gstreamer/upstream_pin.h"
 #include "hosts/gstreamer/wrapped_sample.h"
+#include "pixels/chroma_key/key_recipe.h"
 #include "platform/ref.h"
 
 #include <qdvideomixer/video_mixer.h>
@@ -30,6 +32,9 @@ struct PadSettings {
     bool keepsRate = false;
     int maxWait = 8;  // frames
     eVM_LostShow lostShow = eVMLS_Last;
+    KeyRecipe key;
+    KeyPart usualKey;       // values for a key that gets only a colour
+    guint keyTimesSet = 0;  // grows when a key is set anew, even the same one
 };
 
 // A setting that the mixer is to be told of.
@@ -97,11 +102,16 @@ struct PadStream {
     const std::shared_ptr<SamplePool> samples = std::make_shared<SamplePool>();
 
     PadSettings settings;
+    Change keyChange;
+    std::optional<guint32> borderColour;  // 0xRRGGBB, read for the present key
+    bool hasReadBorder = false;
     std::vector<StreamRect> rects;  // leave the list only under the session's layoutMutex
     StreamFormat format;
     StreamSize size;                // that the mixer's rects were made for
     std::int32_t typeRowWidth = 0;  // of the type that the filter knows
     bool typeIsKnown = false;       // the filter knows `format`
+    bool isConverted = false;       // to YUY2, since its format can't be keyed
+    BufferReserve convertedFrames;  // the streaming thread only
     GstSegment segment{};
 
     // Where the stream stands.
@@ -132,5 +142,15 @@ struct PadStream {
     PadCounts counts;        // without those of the filter since its start
     PadHealth health = PadHealth::kWaiting;
 };
+
+// The stream as the filter gets it.
+inline StreamFormat MixedFormatOf(const PadStream& stream) {
+    StreamFormat format = stream.format;
+    if (stream.isConverted) {
+        format.pixels = FindPixelFormat(GST_VIDEO_FORMAT_YUY2);
+        format.props.picProps.fccType = format.pixels->fccType;
+    }
+    return format;
+}
 
 }  // namespace qdvm

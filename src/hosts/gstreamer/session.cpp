@@ -24,7 +24,9 @@ Session::Session(GstElement* ownElement, GstPad* sourcePad)
     if (Failed(filter->QueryInterface(IID_IQDVideoMixer, mixer.PutVoid()))) (void)mixer.Detach();
     if (Failed(filter->QueryInterface(IID_IQDVideoMixerStatus, status.PutVoid())))
         (void)status.Detach();
-    if (!mixer || !status) filter.Reset();
+    if (Failed(filter->QueryInterface(IID_IQDVideoMixerChromaKey, keys.PutVoid())))
+        (void)keys.Detach();
+    if (!mixer || !status || !keys) filter.Reset();
     if (!filter) return;
     (void)filter->SetSyncSource(clock.Get());
     Ref<IQDVideoMixerFrames> frames;
@@ -178,6 +180,8 @@ void Session::Stop() {
     for (const auto& stream : streams) {
         gst_clear_buffer(&stream->lastFrame.buffer);
         stream->format = {};
+        stream->isConverted = stream->hasReadBorder = false;
+        stream->borderColour.reset();
         stream->typeIsKnown = stream->hasEnded = stream->isUnlinked = stream->wasLost = false;
         stream->isAligned = stream->isHeld = stream->mayShift = false;
         stream->shift = stream->lastStop = 0;

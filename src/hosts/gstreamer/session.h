@@ -9,8 +9,10 @@
 #include "hosts/gstreamer/frame_layout.h"
 #include "hosts/gstreamer/pad_stream.h"
 #include "hosts/gstreamer/time_grid.h"
+#include "pixels/chroma_key/border_colour.h"
 #include "platform/counted_string.h"
 
+#include <qdvideomixer/chroma_key.h>
 #include <qdvideomixer/media_graph.h>
 #include <qdvideomixer/stream_status.h>
 #include <qdvideomixer/video_mixer.h>
@@ -132,6 +134,7 @@ private:
 
     struct KeptLayout {
         std::vector<KeptRect> rects;
+        ChromaKeySettings key{};
         bool isEnabled = true;
     };
 
@@ -152,6 +155,8 @@ private:
     void Hold(PadStream& stream, Lock& lock);
     HRESULT Send(PadStream& stream, GstBuffer* buffer, FrameSpan span);
     Ref<WrappedSample> WrapBuffer(PadStream& stream, GstBuffer* buffer, std::int32_t* rowWidth,
+                                  HeldFrame* frame);
+    Ref<WrappedSample> WrapAsItIs(PadStream& stream, GstBuffer* buffer, std::int32_t* rowWidth,
                                   HeldFrame* frame);
     GstBuffer* CopyToMixerLayout(PadStream& stream, GstBuffer* buffer);
     FrameSpan SpanOf(PadStream& stream, GstBuffer* buffer, bool* isInside) const;
@@ -209,6 +214,18 @@ private:
     KeptLayout LayoutOf(int number) const;
     void SetLayout(int number, const KeptLayout& layout);
 
+    // session_key.cpp
+    ChromaKeySettings KeyOf(const PadStream& stream) const;
+    void ApplyKey(PadStream& stream);
+    void SetMixerKey(int number, const ChromaKeySettings& key);
+    ChromaKeySettings MixerKey(int number) const;
+    bool NeedsConversion(const PadStream& stream) const;
+    void FollowKey(PadStream& stream);
+    void ReadKeyColour(PadStream& stream, IMediaSample* sample, const PIC_PROPS& picture);
+    void TellKeyColour(const PadStream& stream, const BorderColour& found, HRESULT result);
+    Ref<WrappedSample> ConvertForKey(PadStream& stream, IMediaSample* from,
+                                     const PIC_PROPS& picture, HeldFrame* frame);
+
     // session_settings.cpp
     void ApplyBackground(guint changeTimeMs);
     void ApplyStreamPolicy(int number, const PadSettings& settings);
@@ -244,6 +261,7 @@ private:
     Ref<IBaseFilter> filter;
     Ref<IQDVideoMixer> mixer;
     Ref<IQDVideoMixerStatus> status;
+    Ref<IQDVideoMixerChromaKey> keys;
     Ref<DownstreamPin> outputPin;
 
     // Layout operations, and changes of the list of streams, one at a time; taken before the mutex.

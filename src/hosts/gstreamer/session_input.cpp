@@ -283,6 +283,7 @@ void Session::FollowFields(PadStream& stream, GstBuffer* buffer) {
 // Outside of the mutex, with the stream marked as in Receive.
 HRESULT Session::Send(PadStream& stream, GstBuffer* buffer, FrameSpan span) {
     if (buffer) FollowFields(stream, buffer);
+    if (buffer) FollowKey(stream);
     std::int32_t rowWidth = stream.typeRowWidth;
     HeldFrame frame;
     const Ref<WrappedSample> sample = WrapBuffer(stream, buffer, &rowWidth, &frame);
@@ -293,7 +294,7 @@ HRESULT Session::Send(PadStream& stream, GstBuffer* buffer, FrameSpan span) {
     const bool changesType = buffer && (!stream.typeIsKnown || rowWidth != stream.typeRowWidth);
     if (changesType) {
         MediaType type;
-        HRESULT result = BuildStreamType(stream.format, rowWidth, &type);
+        HRESULT result = BuildStreamType(MixedFormatOf(stream), rowWidth, &type);
         if (Succeeded(result))
             result = sample->SetMediaType(const_cast<AM_MEDIA_TYPE*>(&type.Get()));
         if (Failed(result)) {
@@ -332,9 +333,23 @@ HRESULT Session::Send(PadStream& stream, GstBuffer* buffer, FrameSpan span) {
     return result;
 }
 
-// A sample over the buffer's own memory where the mixer can express its layout, over a copy
-// otherwise. rowWidth is set to that of the layout, frame to the memory, with a reference.
+// A sample in the format that the mixer is told of. rowWidth is set to that of the layout, frame to
+// the memory, with a reference.
 Ref<WrappedSample> Session::WrapBuffer(PadStream& stream, GstBuffer* buffer, std::int32_t* rowWidth,
+                                       HeldFrame* frame) {
+    Ref<WrappedSample> sample = WrapAsItIs(stream, buffer, rowWidth, frame);
+    if (!sample || !buffer) return sample;
+    PIC_PROPS picture = stream.format.props.picProps;
+    picture.nRowWidth = *rowWidth;
+    ReadKeyColour(stream, sample.Get(), picture);
+    if (!stream.isConverted) return sample;
+    *rowWidth = picture.nWidth;
+    return ConvertForKey(stream, sample.Get(), picture, frame);
+}
+
+// A sample over the buffer's own memory where the mixer can express its layout, over a copy
+// otherwise.
+Ref<WrappedSample> Session::WrapAsItIs(PadStream& stream, GstBuffer* buffer, std::int32_t* rowWidth,
                                        HeldFrame* frame) {
     Ref<WrappedSample> sample = stream.samples->Take();
     if (!sample || !buffer) return sample;

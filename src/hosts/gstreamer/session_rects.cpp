@@ -137,6 +137,7 @@ void Session::ApplyChanges(std::uint64_t frame) {
     for (const auto& stream : streams) {
         DropRemovedRects(*stream);
         ApplyRects(*stream, frame);
+        ApplyKey(*stream);
     }
 }
 
@@ -223,6 +224,7 @@ void Session::ApplyAllRects(PadStream& stream) {
     {
         const Lock lock(mutex);
         stream.size = SizeOf(stream);
+        stream.keyChange = {.kind = Change::Kind::kMoved};
         std::erase_if(stream.rects, [](const StreamRect& rect) { return rect.isRemoved; });
         for (StreamRect& rect : stream.rects) {
             rect.change = {.kind = Change::Kind::kMoved};
@@ -232,6 +234,7 @@ void Session::ApplyAllRects(PadStream& stream) {
         }
     }
     ApplyRects(stream, 0);
+    ApplyKey(stream);
 }
 
 // The stream's format changes with this output frame. Needs the mutex.
@@ -255,6 +258,7 @@ Session::KeptLayout Session::LayoutOf(int number) const {
         (void)mixer->GetRectMask(number, i, kept.mask.Put());
         layout.rects.push_back(std::move(kept));
     }
+    layout.key = MixerKey(number);
     layout.isEnabled = mixer->IsStreamEnabled(number, nullptr) == S_OK;
     return layout;
 }
@@ -262,6 +266,7 @@ Session::KeptLayout Session::LayoutOf(int number) const {
 void Session::SetLayout(int number, const KeptLayout& layout) {
     (void)mixer->RemoveAllRects(number);
     (void)mixer->EnableStream(number, layout.isEnabled);
+    SetMixerKey(number, layout.key);
     for (const KeptRect& kept : layout.rects) {
         LONG rectNumber = -1;
         (void)mixer->SetInputRect2(number, &rectNumber, &kept.rect, 0);

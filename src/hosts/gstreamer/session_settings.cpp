@@ -74,6 +74,12 @@ void Session::SetPadSettings(PadStream& stream, const PadSettings& newSettings) 
         number = stream.streamNumber;
         if (before.isVisible != newSettings.isVisible)
             for (StreamRect& rect : stream.rects) Mark(rect.change);
+        const bool isNewKey = before.keyTimesSet != newSettings.keyTimesSet;
+        if (isNewKey) {
+            stream.borderColour.reset();
+            stream.hasReadBorder = false;
+        }
+        if (isNewKey || before.key != newSettings.key) Mark(stream.keyChange);
         if (before.zOrder != newSettings.zOrder && mode == Mode::kRunning && DrawingOrderChanges())
             wantsRestart = true;
         changed.notify_all();

@@ -176,9 +176,12 @@ void Session::DisconnectMoved(std::vector<Member>& members) {
 HRESULT Session::BuildTypeFor(PadStream& stream, MediaType* type) {
     const Lock lock(mutex);
     if (!stream.format.IsSet()) return BuildStreamType(output, 0, type);
-    if (!stream.typeIsKnown) stream.typeRowWidth = stream.format.props.picProps.nWidth;
+    if (!stream.typeIsKnown) {
+        stream.typeRowWidth = stream.format.props.picProps.nWidth;
+        stream.isConverted = NeedsConversion(stream);
+    }
     stream.typeIsKnown = true;
-    return BuildStreamType(stream.format, stream.typeRowWidth, type);
+    return BuildStreamType(MixedFormatOf(stream), stream.typeRowWidth, type);
 }
 
 HRESULT Session::ConnectMember(Member& member) {

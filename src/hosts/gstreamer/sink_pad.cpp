@@ -1,6 +1,7 @@
 #include "hosts/gstreamer/sink_pad.h"
 
 #include "hosts/gstreamer/health.h"
+#include "hosts/gstreamer/key_properties.h"
 #include "hosts/gstreamer/log.h"
 #include "hosts/gstreamer/rect_properties.h"
 
@@ -115,13 +116,28 @@ bool GetPadProperty(const PadSettings& settings, guint property, GValue* value) 
     return true;
 }
 
+// Said on standard error too, since the messages of a pipeline that isn't up yet are lost.
+void Refuse(GstQdVideoMixerPad* pad, const std::string& fault) {
+    g_warning("%s: %s", GST_PAD_NAME(pad), fault.c_str());
+    GstObject* element = gst_object_get_parent(GST_OBJECT(pad));
+    if (!element) return;
+    GST_ELEMENT_WARNING(element, LIBRARY, SETTINGS, ("%s: %s", GST_PAD_NAME(pad), fault.c_str()),
+                        (nullptr));
+    gst_object_unref(element);
+}
+
 // The session takes them over in DispatchChanges, once for all that are set together.
 void SetProperty(GObject* object, guint property, const GValue* value, GParamSpec* param) {
     GstQdVideoMixerPad* pad = GST_QD_VIDEO_MIXER_PAD(object);
-    const StreamGuard guard(pad);
-    if (!SetRectProperty(*pad->rect, property, value) &&
-        !SetPadProperty(*pad->settings, property, value))
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, property, param);
+    std::string fault;
+    {
+        const StreamGuard guard(pad);
+        if (!SetRectProperty(*pad->rect, property, value) &&
+            !SetPadProperty(*pad->settings, property, value) &&
+            !SetKeyProperty(*pad->settings, property, value, &fault))
+            G_OBJECT_WARN_INVALID_PROPERTY_ID(object, property, param);
+    }
+    if (!fault.empty()) Refuse(pad, fault);
 }
 
 // Needs the guard.
@@ -159,7 +175,8 @@ void GetProperty(GObject* object, guint property, GValue* value, GParamSpec* par
     GstQdVideoMixerPad* pad = GST_QD_VIDEO_MIXER_PAD(object);
     const StreamGuard guard(pad);
     if (!GetRectProperty(*pad->rect, property, value) &&
-        !GetPadProperty(*pad->settings, property, value))
+        !GetPadProperty(*pad->settings, property, value) &&
+        !GetKeyProperty(*pad->settings, property, value))
         GetStatus(pad, property, value, param);
 }
 
@@ -462,6 +479,7 @@ static void gst_qd_video_mixer_pad_class_init(GstQdVideoMixerPadClass* klass) {
     object->finalize = gst_qd_video_mixer_pad_finalize;
     qdvm::InstallRectProperties(object);
     qdvm::InstallSettings(object);
+    qdvm::InstallKeyProperties(object);
     qdvm::InstallStatus(object);
 }
 

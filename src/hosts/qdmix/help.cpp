@@ -1,12 +1,14 @@
 #include "hosts/qdmix/help.h"
 
 #include "hosts/qdmix/options.h"
+#include "pixels/chroma_key/key_recipe.h"
 
 #include <qdvideomixer/version.h>
 
 #include <array>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace qdvm::qdmix {
 
@@ -49,6 +51,8 @@ constexpr std::array kExamples = {
     Entry{"qdmix --background sky.jpg --target 640x360+320+180 --move 'turn=40,0 alpha=0.7@1+2'"
           " a.webm --size 1280x720 -o m.webm",
           "a clip over a picture; it turns and grows fainter"},
+    Entry{"qdmix set.webm --key green,softness=2,spill=0.6 presenter.webm -o m.webm",
+          "somebody before a green wall put on a set"},
     Entry{
         "qdmix 'test:smpte?size=640x360' --target 320,180 test:ball --duration 5 -o - >frames.yuv",
         "raw frames of test pictures"},
@@ -65,6 +69,18 @@ constexpr std::array kStatuses = {
 
 constexpr std::array kGroups = {OptionGroup::kOutput, OptionGroup::kMix,    OptionGroup::kRect,
                                 OptionGroup::kInput,  OptionGroup::kReport, OptionGroup::kGeneral};
+
+// Terms and texts of the words of --key.
+std::vector<std::pair<std::string, std::string>> KeyEntries() {
+    std::vector<std::pair<std::string, std::string>> entries;
+    for (const KeyWordHelp& word : KeyWords()) {
+        const std::string takes = word.takes;
+        entries.emplace_back(word.name, std::string(word.text) + ": " + takes);
+    }
+    return entries;
+}
+
+constexpr const char* kKeyTitle = "Words of --key, joined by commas; several colours by +";
 
 std::string FormsOf(const OptionRow& row) {
     std::string forms = row.letter != 0 ? std::string("-") + row.letter + ", " : "";
@@ -168,6 +184,10 @@ std::string HelpText() {
             }
         }
     }
+    out += "\n" + std::string(kKeyTitle) + ":\n";
+    for (const auto& [term, text] : KeyEntries()) {
+        AppendEntry(out, term, text);
+    }
     AppendEntries(out, "Good to know", kNotes);
     out += "\nExamples:\n";
     for (const Entry& example : kExamples) {
@@ -189,6 +209,10 @@ std::string ManPage() {
                 AppendRoffEntry(out, FormsOf(row), TextOf(row));
             }
         }
+    }
+    out += ".SS " + std::string(kKeyTitle) + "\n";
+    for (const auto& [term, text] : KeyEntries()) {
+        AppendRoffEntry(out, term, text);
     }
     AppendRoffEntries(out, "NOTES", kNotes);
     AppendRoffEntries(out, "EXAMPLES", kExamples);

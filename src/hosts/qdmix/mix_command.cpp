@@ -91,6 +91,7 @@ private:
         const RunHooks hooks = {
             [this](const MixReport& report) { console.Progress(report); },
             [this](const std::string& note) { console.Note("qdmix: " + note + "\n"); },
+            [this](const std::string& choice) { console.Warn("qdmix: " + choice + "\n"); },
             [this](GstSample* still) { TakeStill(still); },
             [this](const Failure& failure) { (void)console.Tell(failure); },
             [this] { Quit(); },

@@ -234,6 +234,9 @@ gboolean MixRun::OnMessage(GstBus*, GstMessage* message, gpointer data) {
             if (gst_message_has_name(message, "qdvideomixer-health")) {
                 run.TakeHealth(gst_message_get_structure(message));
             }
+            if (gst_message_has_name(message, "qdvideomixer-key")) {
+                run.TakeKeyColour(gst_message_get_structure(message));
+            }
             break;
         default:
             break;
@@ -286,14 +289,35 @@ void MixRun::TakeWarning(GstMessage* message) {
 }
 
 void MixRun::TakeHealth(const GstStructure* health) {
-    const gchar* name = gst_structure_get_string(health, "pad");
     const gchar* now = gst_structure_get_string(health, "health");
+    const PlannedInput* input = InputOfPad(gst_structure_get_string(health, "pad"));
+    if (input != nullptr && now != nullptr) {
+        hooks.onNote(input->spec.Subject() + ": " + now);
+    }
+}
+
+void MixRun::TakeKeyColour(const GstStructure* key) {
+    const gchar* text = gst_structure_get_string(key, "text");
+    const PlannedInput* input = InputOfPad(gst_structure_get_string(key, "pad"));
+    if (input == nullptr || text == nullptr) {
+        return;
+    }
+    gboolean isFound = FALSE;
+    (void)gst_structure_get_boolean(key, "found", &isFound);
+    if (isFound != FALSE) {
+        hooks.onChoice(input->spec.Subject() + ": " + text);
+    } else {
+        Fail({ExitStatus::kInput, input->spec.Subject(), "--key auto finds no colour", text});
+    }
+}
+
+const PlannedInput* MixRun::InputOfPad(const gchar* name) const {
     for (std::size_t i = 0; i < pads.size(); ++i) {
-        if (name != nullptr && now != nullptr &&
-            name == TakeText(gst_pad_get_name(pads[i].get()))) {
-            hooks.onNote(plan.inputs[i].spec.Subject() + ": " + now);
+        if (name != nullptr && name == TakeText(gst_pad_get_name(pads[i].get()))) {
+            return &plan.inputs[i];
         }
     }
+    return nullptr;
 }
 
 const PlannedInput* MixRun::InputOf(GstObject* object) const {

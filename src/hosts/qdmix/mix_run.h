@@ -22,6 +22,7 @@ namespace qdvm::qdmix {
 struct RunHooks {
     std::function<void(const MixReport&)> onProgress;  // twice a second
     std::function<void(const std::string&)> onNote;    // something worth knowing, one line
+    std::function<void(const std::string&)> onChoice;  // what the mix chose for itself, one line
     std::function<void(GstSample*)> onStill;           // the frames of the captures in their order
     std::function<void(const Failure&)> onInputLost;   // the mix goes on without this input
     std::function<void()> onQuit;                      // a second signal; doesn't return
@@ -68,11 +69,14 @@ private:
     void TakeError(GstMessage* message);
     void TakeWarning(GstMessage* message);
     void TakeHealth(const GstStructure* health);
+    void TakeKeyColour(const GstStructure* key);
     void PassStills();
 
     // Ends the mix with the first failure.
     void Fail(Failure found);
 
+    // The input that belongs to the mixer's pad of this name, or null.
+    const PlannedInput* InputOfPad(const gchar* name) const;
     // The input that an element belongs to, or null.
     const PlannedInput* InputOf(GstObject* object) const;
     bool IsInOutput(GstObject* object) const;

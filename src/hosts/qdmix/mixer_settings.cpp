@@ -72,6 +72,7 @@ void SetPolicy(GstPad* pad, const PlannedInput& input) {
                  gboolean{options.ignoreTime}, "keep-rate", gboolean{options.keepRate}, "max-wait",
                  input.waitFrames, nullptr);
     gst_util_set_object_arg(G_OBJECT(pad), "lost-show", options.lost.c_str());
+    g_object_set(pad, "key", TextOf(options.key).c_str(), nullptr);
 }
 
 }  // namespace qdvm::qdmix

@@ -114,6 +114,15 @@ bool TakeRect(OptionTarget target, std::string_view) {
     return true;
 }
 
+// A further key joins the first.
+bool TakeKey(OptionTarget target, std::string_view value) {
+    KeyRecipe& key = target.input.key;
+    const std::string text = key.parts.empty() ? "" : TextOf(key) + "+";
+    const std::optional<std::string> fault = ParseKey(text + std::string(value), &key);
+    target.why = fault.value_or("");
+    return !fault;
+}
+
 bool TakeWait(OptionTarget target, std::string_view value) {
     const std::optional<int> frames = ParseInteger(value);
     return frames && *frames >= 0 && *frames <= 1'000'000 &&
@@ -251,6 +260,12 @@ constexpr std::array kTable = {
         " those before it.",
         nullptr, nullptr, TakeRect},
 
+    OptionRow{0, "key", "COLOUR[,WORD=VALUE...]", OptionGroup::kInput, "none",
+        "Make a colour transparent, as that of a wall behind a presenter: green, blue, #RRGGBB, or"
+        " auto, which reads it from the border of the input's first picture and tells it. Words for"
+        " more stand below. Can be given several times for several colours.",
+        "green blue auto none", "give green, blue, auto or #RRGGBB, and words as softness=2",
+        TakeKey},
     OptionRow{0, "loop", nullptr, OptionGroup::kInput, nullptr,
         "Begin again at the end. Such an input doesn't keep the mix going.", nullptr, nullptr,
         TakeInputSwitch<&InputOptions::loop>},

@@ -89,11 +89,14 @@ private:
 
     std::optional<Failure> Apply(const OptionRow& row, const std::string& value) {
         const std::string name = std::string("--") + row.name;
-        const bool isTaken = row.take != nullptr ? row.take({line, pending}, value)
+        std::string why;
+        const bool isTaken = row.take != nullptr ? row.take({line, pending, why}, value)
                                                  : FindRectSetting(row.name)->take(
                                                        pending.rects.back().first, value);
         if (!isTaken) {
-            return Refused(name + " " + value, "the value makes no sense", row.expects);
+            return why.empty()
+                       ? Refused(name + " " + value, "the value makes no sense", row.expects)
+                       : Refused(name + " " + value, std::move(why));
         }
         if (row.group == OptionGroup::kInput || row.group == OptionGroup::kRect) {
             pendingName = name;

@@ -6,6 +6,7 @@
 #include "hosts/qdmix/failure.h"
 #include "hosts/qdmix/rect_options.h"
 #include "hosts/qdmix/values.h"
+#include "pixels/chroma_key/key_recipe.h"
 
 #include <cstdint>
 #include <optional>
@@ -19,6 +20,7 @@ namespace qdvm::qdmix {
 // What belongs to one input.
 struct InputOptions {
     std::vector<RectOptions> rects = {RectOptions{}};
+    KeyRecipe key;
     bool loop = false;
     std::optional<int> waitFrames;
     std::string lost = "last";  // hide, last, black, white, bars
@@ -95,6 +97,7 @@ enum class OptionGroup { kOutput, kMix, kRect, kInput, kReport, kGeneral };
 struct OptionTarget {
     CommandLine& line;
     InputOptions& input;
+    std::string& why;  // what is wrong with the value, where there is more to tell than expects
 };
 
 struct OptionRow {

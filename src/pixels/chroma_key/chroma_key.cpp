@@ -13,6 +13,7 @@
 #include <qdvideomixer/graph_results.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <limits>
 
@@ -152,6 +153,12 @@ bool IsPossible(const FrameDesc& desc) {
 }
 
 }  // namespace
+
+bool CanBeKeyed(std::int32_t fccType) {
+    constexpr std::array kFormats = {kFccRGB32, kFccARGB32, kFccRGB24, kFccYUY2,
+                                     kFccUYVY,  kFccHDYC,   kFccV210};
+    return std::find(kFormats.begin(), kFormats.end(), fccType) != kFormats.end();
+}
 
 std::int32_t KeyPlaneStride(const FrameDesc& desc) {
     const int index = FindFormatByFourCC(desc.fccType);

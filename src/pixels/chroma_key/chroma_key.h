@@ -17,6 +17,9 @@ namespace qdvm {
 // format outside the table.
 std::int32_t KeyPlaneStride(const FrameDesc& desc);
 
+// Whether frames of this format can be keyed.
+bool CanBeKeyed(std::int32_t fccType);
+
 // Fills `plane`, one byte for each pixel, rows in the frame's order of memory: 0 transparent, 255
 // opaque, between only what smoothing blends. Only the nWidth first bytes of a row are written.
 // `frame` holds the rows of `desc`; with spill removal its pixels change, and those of ARGB32 take
