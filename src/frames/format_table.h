@@ -72,6 +72,11 @@ int BitsPerPixel(std::int32_t fccType);
 // RGB8, RGB565, RGB555, RGB24, RGB32, ARGB32 and r210.
 bool IsRGBFormat(std::int32_t fccType);
 
+// RGB565 and RGB555: three colours in a word.
+constexpr bool Is16BitRGB(std::int32_t fccType) {
+    return fccType == kFccRGB565 || fccType == kFccRGB555;
+}
+
 // Index of the format if the picture is possible in it, or -1: the format is in the table, no size
 // is 0, width and row width are not negative and keep the horizontal alignment, the height keeps
 // the vertical one, and a given row width is no less than the width.

@@ -62,6 +62,8 @@ void Background::SetImage(LoadedImage image, std::u16string_view name, std::int3
     StartFade(eVMB_Image, frames);
     source = std::move(image);
     imageName = name;
+    picture.pixels.Clear();
+    picture.props = {};
     DropPicture();
     if (output) RefreshBackgroundPicture(*output);
 }

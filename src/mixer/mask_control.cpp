@@ -8,6 +8,7 @@
 #include "platform/counted_string.h"
 
 #include <memory>
+#include <string_view>
 
 namespace qdvm {
 namespace {
@@ -19,6 +20,12 @@ MixBlock* FindRect(InputStream* stream, LONG number) {
     if (!stream || number < 0 || static_cast<std::size_t>(number) >= stream->pixels.rects.size())
         return nullptr;
     return &stream->pixels.rects[static_cast<std::size_t>(number)];
+}
+
+// A mask that can't be made leaves none, and no name.
+HRESULT Named(MixBlock& rect, std::u16string_view name, HRESULT made) {
+    rect.maskName = Succeeded(made) ? name : std::u16string_view{};
+    return made;
 }
 
 }  // namespace
@@ -57,9 +64,9 @@ HRESULT MixerCore::SetRectMask(LONG _nStream, LONG _nRect, BSTR _bsFile) {
             ClearMask(rect);
             return S_OK;
         }
-        rect.maskName = name;
-        return shape != BuiltInMask::kNone ? MakeBuiltInMask(rect, shape)
-                                           : MakeMask(rect, image.props, image.pixels.At(0));
+        return Named(rect, name,
+                     shape != BuiltInMask::kNone ? MakeBuiltInMask(rect, shape)
+                                                 : MakeMask(rect, image.props, image.pixels.At(0)));
     });
 }
 
@@ -73,8 +80,7 @@ HRESULT MixerCore::SetRectMaskHandle(LONG _nStream, LONG _nRect, LONG _lHandle, 
     const PIC_PROPS props = {info.nBitsPerPixel == 24 ? kFccRGB24 : kFccRGB32, info.nWidth,
                              info.nHeight, info.nWidth};
     return ChangeMask(_nStream, _nRect, [&](MixBlock& rect) {
-        rect.maskName = ViewOf(_bsMaskName);
-        return MakeMask(rect, props, bitmap->rows.data());
+        return Named(rect, ViewOf(_bsMaskName), MakeMask(rect, props, bitmap->rows.data()));
     });
 }
 

@@ -4,13 +4,13 @@
 #include "pixels/img_convert.h"
 #include "pixels/primitives/convert.h"
 
+#include <algorithm>
+
 namespace qdvm {
 
 namespace {
 
 bool Is420(std::int32_t fccType) { return fccType == kFccI420 || fccType == kFccYV12; }
-
-bool Is16BitRGB(std::int32_t fccType) { return fccType == kFccRGB565 || fccType == kFccRGB555; }
 
 PIC_PROPS AsYUY2(PIC_PROPS props) {
     props.fccType = kFccYUY2;
@@ -19,7 +19,9 @@ PIC_PROPS AsYUY2(PIC_PROPS props) {
 
 // YUY2 and YVYU differ in the order of the two chroma bytes, so one step goes both ways. dst may be
 // src.
-HRESULT SwapChroma(const BYTE* src, BYTE* dst, const PIC_PROPS& props, const ImgRect& rect) {
+HRESULT SwapChroma(const BYTE* src, BYTE* dst, const PIC_PROPS& props, ImgRect rect) {
+    rect.left &= ~1;
+    rect.right = std::min((rect.right + 1) & ~1, props.nWidth);
     RectWalk walk;
     if (!WalkRect(props, rect, false, &walk)) return E_FAIL;
     const ImageStatus status = YUY2ToYVYU(

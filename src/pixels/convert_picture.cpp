@@ -18,8 +18,6 @@ PIC_PROPS InFormat(const PIC_PROPS& props, std::int32_t fccType) {
     return {fccType, props.nWidth, props.nHeight, props.nRowWidth};
 }
 
-bool Is16BitRGB(std::int32_t fccType) { return fccType == kFccRGB565 || fccType == kFccRGB555; }
-
 // Makes YUY2 of YVYU and the other way round.
 void SwapChroma(BYTE* frame, std::uint32_t bytes) {
     for (std::uint32_t i = 0; i + 3 < bytes; i += 4) std::swap(frame[i + 1], frame[i + 3]);

@@ -35,7 +35,7 @@ HRESULT SizesDiffer(const PIC_PROPS& S, const PIC_PROPS& D, const ImgRect* s, co
 HRESULT Img_ConvertResize(const BYTE* src, BYTE* dst, const PIC_PROPS* S, const PIC_PROPS* D,
                           const ImgRect* s, const ImgRect* d, bool bFields, std::int32_t mode,
                           BYTE* scratch) {
-    if (!src || !dst || !S || !D) return E_INVALIDARG;
+    if (!src || !dst || !S || !D || !FormatInfo(*S) || !FormatInfo(*D)) return E_INVALIDARG;
     bool bResize = false;
     const HRESULT clipped = SizesDiffer(*S, *D, s, d, &bResize);
     if (clipped != S_OK) return clipped;

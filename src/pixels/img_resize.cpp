@@ -25,6 +25,7 @@ struct Picture {
     int planes = 0;
     std::int32_t width = 0;
     std::int32_t height = 0;
+    std::int32_t chromaHeight = 0;  // of 4:2:0
     bool bBottomUp = false;
 };
 
@@ -35,6 +36,7 @@ Picture<Byte> PictureOf(Byte* memory, const PIC_PROPS& props) {
     picture.planes = layout.planes;
     picture.width = props.nWidth;
     picture.height = AbsHeight(props);
+    picture.chromaHeight = picture.height / 2;
     picture.bBottomUp = layout.bBottomUp;
     for (std::size_t i = 0; i < 3; ++i) {
         picture.plane[i] = memory + layout.offset[i];
@@ -43,9 +45,13 @@ Picture<Byte> PictureOf(Byte* memory, const PIC_PROPS& props) {
     return picture;
 }
 
+// How many of the first `rows` rows in memory are rows of a field; field 0 has row 0.
+std::int32_t FieldRows(std::int32_t rows, int field) { return (rows + 1 - field) / 2; }
+
 template <class Byte>
 Picture<Byte> FieldOf(Picture<Byte> picture, int field) {
-    picture.height /= 2;
+    picture.height = FieldRows(picture.height, field);
+    picture.chromaHeight = FieldRows(picture.chromaHeight, field);
     for (std::size_t i = 0; i < 3; ++i) {
         picture.plane[i] += field * picture.stride[i];
         picture.stride[i] *= 2;
@@ -53,10 +59,20 @@ Picture<Byte> FieldOf(Picture<Byte> picture, int field) {
     return picture;
 }
 
-ImgRect HalfHeight(ImgRect rect) {
-    rect.top /= 2;
-    rect.bottom /= 2;
-    return rect;
+// The rows of a field within a region of a picture, counted in the field.
+ImageRect FieldOf(ImageRect region, int field) {
+    const std::int32_t end = FieldRows(region.y + region.height, field);
+    region.y = FieldRows(region.y, field);
+    region.height = end - region.y;
+    return region;
+}
+
+// A region to read from has a row at least, if there is any.
+ImageRect WithARow(ImageRect region, std::int32_t rows) {
+    region.height = std::max(region.height, 1);
+    region.y = std::max(std::min(region.y, rows - region.height), 0);
+    region.height = std::min(region.height, rows - region.y);
+    return region;
 }
 
 struct Scaling {
@@ -64,6 +80,8 @@ struct Scaling {
     Picture<BYTE> to;
     ImageRect source;  // rows counted in memory
     ImageRect dest;
+    ImageRect chromaSource;  // of 4:2:0
+    ImageRect chromaDest;
     double xFactor;
     double yFactor;
     std::int32_t interpolation;
@@ -76,13 +94,10 @@ ImageRect RegionOf(const Picture<Byte>& picture, const ImgRect& rect) {
             static_cast<std::int32_t>(rect.Height())};
 }
 
-// The chroma rows of these rows: those that begin in them, and at least one to read from.
-ImageRect ChromaOf(const ImageRect& luma, std::int32_t chromaHeight, bool isSource) {
+// The chroma rows of 4:2:0 that begin in these rows.
+ImageRect ChromaOf(const ImageRect& luma) {
     const std::int32_t top = luma.y / 2;
-    std::int32_t rows = (luma.y + luma.height) / 2 - top;
-    if (isSource) rows = std::max(rows, 1);
-    rows = std::min(rows, chromaHeight - top);
-    return {luma.x / 2, top, luma.width / 2, rows};
+    return {luma.x / 2, top, luma.width / 2, (luma.y + luma.height) / 2 - top};
 }
 
 std::int32_t InterpolationOf(std::int32_t mode, double xFactor, double yFactor) {
@@ -114,9 +129,9 @@ ImageStatus ResizeOnePlane(const Scaling& job, ResizePlane resize, int bytes) {
 
 ImageStatus Resize420(const Scaling& job) {
     ImageStatus status = ResizeOnePlane(job, Resize_8u_C1R, 1);
-    const ImageSize picture{job.from.width / 2, job.from.height / 2};
-    const ImageRect source = ChromaOf(job.source, picture.height, true);
-    const ImageRect dest = ChromaOf(job.dest, job.to.height / 2, false);
+    const ImageSize picture{job.from.width / 2, job.from.chromaHeight};
+    const ImageRect& source = job.chromaSource;
+    const ImageRect& dest = job.chromaDest;
     if (source.height <= 0 || dest.height <= 0) return status;
     for (std::size_t i = 1; i < 3 && status == kImageOk; ++i)
         status = Resize_8u_C1R(job.from.plane[i], picture, job.from.stride[i], source,
@@ -221,9 +236,10 @@ std::uint32_t ScratchBytes(const PIC_PROPS& S, const PIC_PROPS& D, std::uint64_t
     const auto rows = static_cast<std::uint64_t>(std::max(AbsHeight(S), AbsHeight(D)));
     const std::int64_t widest =
         std::max({S.nWidth, S.nRowWidth, D.nWidth, D.nRowWidth, std::int32_t{0}});
-    const std::uint64_t bytes =
-        rows * ((static_cast<std::uint64_t>(widest) + 7) & ~std::uint64_t{7}) * bytesPerPixel;
-    return bytes < kNoFrameBytes ? static_cast<std::uint32_t>(bytes) : kNoFrameBytes;
+    const std::uint64_t row =
+        ((static_cast<std::uint64_t>(widest) + 7) & ~std::uint64_t{7}) * bytesPerPixel;
+    if (rows > 0 && row > kNoFrameBytes / rows) return kNoFrameBytes;
+    return static_cast<std::uint32_t>(rows * row);
 }
 
 // The caller's scratch, or memory of its own where the format needs it and there is none.
@@ -246,24 +262,51 @@ private:
 
 Scaling ScalingOf(const Picture<const BYTE>& from, const Picture<BYTE>& to, const ImgRect& source,
                   const ImgRect& dest, std::int32_t mode) {
-    Scaling job{from, to, RegionOf(from, source), RegionOf(to, dest), 0, 0, 0};
+    Scaling job{from, to, RegionOf(from, source), RegionOf(to, dest), {}, {}, 0, 0, 0};
+    job.chromaSource = WithARow(ChromaOf(job.source), from.chromaHeight);
+    job.chromaDest = ChromaOf(job.dest);
     job.xFactor = static_cast<double>(dest.Width()) / static_cast<double>(source.Width());
     job.yFactor = static_cast<double>(dest.Height()) / static_cast<double>(source.Height());
     job.interpolation = InterpolationOf(mode, job.xFactor, job.yFactor);
     return job;
 }
 
+// What reads one field only of the job's source.
+Scaling FromField(Scaling job, int field) {
+    job.from = FieldOf(job.from, field);
+    job.source = WithARow(FieldOf(job.source, field), job.from.height);
+    job.chromaSource = WithARow(FieldOf(job.chromaSource, field), job.from.chromaHeight);
+    return job;
+}
+
+// What writes one field only of the job's target.
+Scaling IntoField(Scaling job, int field) {
+    job.to = FieldOf(job.to, field);
+    job.dest = FieldOf(job.dest, field);
+    job.chromaDest = FieldOf(job.chromaDest, field);
+    return job;
+}
+
+// Whether field 0 in memory holds the odd lines of the picture.
+template <class Byte>
+bool StartsOdd(const Picture<Byte>& picture) {
+    return picture.bBottomUp && picture.height % 2 == 0;
+}
+
+bool IsEqualSize(const Scaling& job) {
+    return job.xFactor == 1.0 && job.yFactor == 1.0 && job.source.height == job.dest.height &&
+           (job.to.planes == 1 || job.chromaSource.height == job.chromaDest.height);
+}
+
 // Fields of equal size: row by row, turned over where the two run unlike.
 void CopyField(const Scaling& job, std::int32_t fccType) {
     const bool turns = job.from.bBottomUp != job.to.bBottomUp;
     const int bytes = job.to.planes == 3 ? 1 : BitsPerPixel(fccType) / 8;
-    const ImageRect chromaFrom = ChromaOf(job.source, job.from.height / 2, true);
-    const ImageRect chromaTo = ChromaOf(job.dest, job.to.height / 2, false);
     for (int i = 0; i < job.to.planes; ++i) {
         const auto p = static_cast<std::size_t>(i);
-        const ImageRect& from = i == 0 ? job.source : chromaFrom;
-        const ImageRect& to = i == 0 ? job.dest : chromaTo;
-        const std::int32_t rows = std::min(from.height, to.height);
+        const ImageRect& from = i == 0 ? job.source : job.chromaSource;
+        const ImageRect& to = i == 0 ? job.dest : job.chromaDest;
+        const std::int32_t rows = to.height;
         const BYTE* first = job.from.plane[p] + from.y * job.from.stride[p] + from.x * bytes;
         std::ptrdiff_t stride = job.from.stride[p];
         if (turns) {
@@ -276,11 +319,11 @@ void CopyField(const Scaling& job, std::int32_t fccType) {
     }
 }
 
+// Nothing, with 0, where none of the rect's rows is of the field.
 HRESULT ResizeField(const Scaling& job, std::int32_t fccType, BYTE* scratch) {
-    if (job.source.width <= 0 || job.source.height <= 0 || job.dest.width <= 0 ||
-        job.dest.height <= 0)
-        return E_INVALIDARG;
-    if (job.xFactor == 1.0 && job.yFactor == 1.0 && BitsPerPixel(fccType) % 8 == 0) {
+    if (job.source.width <= 0 || job.source.height <= 0 || job.dest.width <= 0) return E_INVALIDARG;
+    if (job.dest.height <= 0) return S_OK;
+    if (IsEqualSize(job)) {
         CopyField(job, fccType);
     } else {
         (void)ResizeAs(fccType, job, scratch);
@@ -324,15 +367,13 @@ HRESULT Img_ResizeFields(const BYTE* src, BYTE* dst, const PIC_PROPS* S, const P
     if (clipped != S_OK) return clipped;
     Scratch memory;
     if (const HRESULT taken = memory.Take(scratch, *S, *D); Failed(taken)) return taken;
-    const Picture<const BYTE> from = PictureOf(src, *S);
-    const Picture<BYTE> to = PictureOf(dst, *D);
-    // A picture that is turned over on its way has its fields change places.
-    const int swap = IsRGBFormat(S->fccType) && (S->nHeight < 0) != (D->nHeight < 0) ? 1 : 0;
+    const Scaling frame = ScalingOf(PictureOf(src, *S), PictureOf(dst, *D), source, dest, mode);
+    // The lines of a field are other rows in a picture that begins at the other end.
+    const int swap = StartsOdd(frame.from) != StartsOdd(frame.to) ? 1 : 0;
     HRESULT results[2] = {};
     for (int field = 0; field < 2; ++field)
-        results[field] = ResizeField(ScalingOf(FieldOf(from, field), FieldOf(to, field ^ swap),
-                                               HalfHeight(source), HalfHeight(dest), mode),
-                                     S->fccType, memory.Memory());
+        results[field] = ResizeField(IntoField(FromField(frame, field), field ^ swap), S->fccType,
+                                     memory.Memory());
     return Failed(results[0]) ? results[0] : results[1];
 }
 
@@ -346,9 +387,10 @@ HRESULT Img_ResizeOneField(const BYTE* src, BYTE* dst, const PIC_PROPS* S, const
     if (clipped != S_OK) return clipped;
     Scratch memory;
     if (const HRESULT taken = memory.Take(scratch, *S, *D); Failed(taken)) return taken;
-    return ResizeField(ScalingOf(FieldOf(PictureOf(src, *S), field), PictureOf(dst, *D),
-                                 HalfHeight(source), dest, mode),
-                       S->fccType, memory.Memory());
+    Scaling frame = ScalingOf(PictureOf(src, *S), PictureOf(dst, *D), source, dest, mode);
+    frame.yFactor *= 2.0;
+    frame.interpolation = InterpolationOf(mode, frame.xFactor, frame.yFactor);
+    return ResizeField(FromField(frame, field), S->fccType, memory.Memory());
 }
 
 }  // namespace qdvm

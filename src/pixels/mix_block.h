@@ -4,6 +4,7 @@
 // mixer's mixLock. The mixer animates it, the pixel work draws it; neither is known here.
 
 #include "frames/blob_holder.h"
+#include "pixels/img_rect.h"
 
 #include <qdvideomixer/mixing_rect.h>
 #include <qdvideomixer/video_props.h>
@@ -73,6 +74,8 @@ struct MixBlock {
     bool bProjected = false;
     std::array<PointD, 4> projectedCorners{};
     std::array<VM_VIDEO_PROPS, 2> keptFor{};  // what the three above are made for: in and out
+    PIC_PROPS alphaProps{};                   // the plane's geometry ...
+    ImgRect alphaPart{};                      // ... and the part of it that is filled
     bool alphaIsStreams = false;              // the plane holds the stream's own alpha ...
     std::uint32_t alphaFrame = 0;             // ... of this frame
     bool cannotDraw = false;                  // told to the trace once

@@ -51,6 +51,13 @@ void TakePairs(ImgRect* rect) {
         ++rect->right;
 }
 
+// Where a picture lies flat before it is turned. Parts that hang over the output's edge can turn
+// into view, so nothing is cut: it lies at the corner, and a larger one is made to fit.
+ImgRect FlatRect(const ImgRect& target, const PIC_PROPS& output) {
+    return {0, 0, static_cast<std::int32_t>(std::min<std::int64_t>(target.Width(), output.nWidth)),
+            static_cast<std::int32_t>(std::min<std::int64_t>(target.Height(), AbsHeight(output)))};
+}
+
 // The rect as a mirror on the picture's middle shows it.
 ImgRect Mirrored(const RectPlan& plan, const ImgRect& rect) {
     ImgRect mirrored = rect;
@@ -142,6 +149,7 @@ std::optional<RectPlan> PlanRect(const StreamPixels& stream, const MixBlock& rec
     RectPlan plan;
     plan.input = AsWorked(in.picProps);
     plan.output = AsWorked(out.picProps);
+    if (rect.bProjected) target = FlatRect(target, plan.output);
     const bool bInterlaced = in.eInterlace != eVMI_Progressive;
     const std::int32_t fieldPass = stream.fieldPass;
     const bool bFieldMode = bInterlaced && ((process & eVMP_OneField) != 0 || rect.bProjected ||
@@ -159,10 +167,12 @@ std::optional<RectPlan> PlanRect(const StreamPixels& stream, const MixBlock& rec
     plan.bBlend = rect.rectMask.HasData() || rect.current[kAlpha] != 1.0 ||
                   in.picProps.fccType == kFccARGB32 || stream.streamAlpha.HasData();
     plan.bOwnBytes = !WantsStreamAlpha(stream, rect, out);
-    if (!IsRGBFormat(plan.input.fccType) || !IsRGBFormat(plan.output.fccType)) {
+    if (!IsRGBFormat(plan.output.fccType)) {
         TakePairs(&source);
         TakePairs(&target);
     }
+    // The two lines that the move costs are not missing from the target.
+    if (plan.bMoveUp) source.bottom = std::min(source.bottom, AbsHeight(plan.Converted()));
     plan.wholeTarget = target;
     if (!CutToPictures(&plan, source)) return std::nullopt;
     return plan;

@@ -29,8 +29,8 @@ struct RectPlan {
     bool bOwnBytes = false;  // by the fourth bytes of the picture itself, without a plane
 
     ImgRect source{};       // the part of the frame that is seen
-    ImgRect target{};       // the part of the output that it covers
-    ImgRect wholeTarget{};  // the rect as asked for, which can hang over the output's edges
+    ImgRect target{};       // the part of the output that it covers; before it is turned, if it is
+    ImgRect wholeTarget{};  // the rect as asked for, which can hang over the edges
 
     bool bFlip() const { return bFlipVert || bFlipHorz; }
     bool HasPictureStage() const { return bFormatChange || bResample || bFlip(); }

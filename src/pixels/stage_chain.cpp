@@ -12,8 +12,6 @@ namespace qdvm {
 
 namespace {
 
-bool Is16BitRGB(std::int32_t fccType) { return fccType == kFccRGB565 || fccType == kFccRGB555; }
-
 bool IsPlanarYuv(std::int32_t fccType) { return fccType == kFccI420 || fccType == kFccYV12; }
 
 std::uint64_t PixelsOf(const PIC_PROPS& props) {

@@ -119,7 +119,8 @@ void StageChain::Draw(BYTE* outFrame, const VM_VIDEO_PROPS& out) {
 
 void StageChain::Blend(const Plane& plane, BYTE* outFrame) {
     if (plan.bOwnBytes) {
-        const std::int32_t opacity = Opacity() == 1.0 ? 256 : ToByte(Opacity() * 255);
+        const BYTE alpha = ToByte(Opacity() * 255);
+        const std::int32_t opacity = alpha == 255 ? 256 : alpha;
         (void)Img_Composite(picture, outFrame, opacity, &S, &plan.output, &C, &plan.target);
         return;
     }

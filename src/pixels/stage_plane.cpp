@@ -141,7 +141,8 @@ HRESULT StageChain::MakePlane(Plane* plane) {
         return S_OK;
     }
     // Planes of nothing but mask and opacity outlive the frame.
-    const bool isKept = own.HasData() && rect.alphaIsStreams == hasStream &&
+    const bool isKept = own.HasData() && rect.alphaProps == PlaneProps() && rect.alphaPart == C &&
+                        rect.alphaIsStreams == hasStream &&
                         (!hasStream || rect.alphaFrame == stream.frameNumber);
     if (!isKept) {
         const HRESULT grown = own.Resize(FrameBytes(PlaneProps()));
@@ -150,6 +151,8 @@ HRESULT StageChain::MakePlane(Plane* plane) {
             own.Clear();
             return S_FALSE;
         }
+        rect.alphaProps = PlaneProps();
+        rect.alphaPart = C;
         rect.alphaIsStreams = hasStream;
         rect.alphaFrame = stream.frameNumber;
     }

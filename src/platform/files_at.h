@@ -43,7 +43,7 @@ public:
     DirectoryTurn& operator=(const DirectoryTurn&) = delete;
 
     // Waits for the turn, which lasts as long as the object. 0x80070020 if somebody else had it for
-    // the whole time limit of two seconds.
+    // the whole time limit of ten seconds: many writers on a busy disk take their turns in that.
     HRESULT Take(const std::string& directory);
 
 private:

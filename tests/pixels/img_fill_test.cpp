@@ -34,12 +34,31 @@ std::vector<BYTE> ColourSamples(std::int32_t fccType) {
     }
 }
 
+// The blend of a word of three colours, in the order of its two bytes.
+std::vector<BYTE> BlendWord(std::int32_t fccType, int under, int over, int alpha) {
+    const int greenBits = fccType == kFccRGB565 ? 6 : 5;
+    int word = 0;
+    for (const auto& [shift, bits] :
+         {std::pair{0, 5}, std::pair{5, greenBits}, std::pair{5 + greenBits, 5}}) {
+        const auto of = [&](int value) { return value >> shift & ((1 << bits) - 1); };
+        word |= (of(under) * (255 - alpha) + of(over) * alpha) >> 8 << shift;
+    }
+    return {static_cast<BYTE>(word), static_cast<BYTE>(word >> 8)};
+}
+
 void FillByPixel(TestPicture& picture, const ImgRect& rect, std::int32_t alpha) {
     const std::vector<BYTE> colour = ColourSamples(picture.props.fccType);
     std::set<std::size_t> done;  // chroma belongs to several pixels
     for (std::int32_t y = rect.top; y < rect.bottom; ++y)
         for (std::int32_t x = rect.left; x < rect.right; ++x) {
             const auto samples = picture.Samples(x, y);
+            if (Is16BitRGB(picture.props.fccType) && alpha != 255) {
+                BYTE* const at = picture.Frame() + samples[0];
+                const std::vector<BYTE> blended = BlendWord(
+                    picture.props.fccType, at[0] | at[1] << 8, colour[0] | colour[1] << 8, alpha);
+                std::copy(blended.begin(), blended.end(), at);
+                continue;
+            }
             for (std::size_t i = 0; i < samples.size(); ++i) {
                 if (!done.insert(samples[i]).second) continue;
                 BYTE& byte = picture.Frame()[samples[i]];

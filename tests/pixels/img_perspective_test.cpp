@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace qdvm {
@@ -93,6 +94,30 @@ TEST(Perspective, PutsTheSourcesCornersOnTheQuadrangles) {
                             ASSERT_EQ(to.Frame()[at], isInside ? shown : before.Frame()[at])
                                 << fccType << " " << x << "," << y;
                     }
+            }
+    }
+}
+
+// The edges of a sharp corner end where it ends.
+TEST(Perspective, TouchesNothingBesideItsBound) {
+    for (const auto& [view, horz, vert] :
+         {std::array{60.0, 60.0, 60.0}, {40.0, 75.0, 60.0}, {40.0, -60.0, 40.0}}) {
+        TestPicture from({kFccRGB8, 300, -200, 0}, 1);
+        TestPicture to({kFccRGB8, 960, -540, 0}, 2);
+        std::fill_n(from.Frame(), FrameBytes(from.props), BYTE{255});
+        std::fill_n(to.Frame(), FrameBytes(to.props), BYTE{0});
+        const ImgRect rect{330, 170, 630, 370};
+        std::array<PointD, 4> corners{};
+        ASSERT_EQ(Img_ProjectCorners(&rect, 960, 0, 0, corners.data(), view, horz, vert), S_OK);
+        ImgRect bound{};
+        ASSERT_EQ(Img_Perspective(from.Frame(), to.Frame(), &from.props, &to.props, corners.data(),
+                                  nullptr, &bound, true, 2, nullptr),
+                  S_OK);
+        for (std::int32_t y = 0; y < 540; ++y)
+            for (std::int32_t x = 0; x < 960; ++x) {
+                if (x >= bound.left && x < bound.right && y >= bound.top && y < bound.bottom)
+                    continue;
+                ASSERT_EQ(to.Frame()[to.Samples(x, y)[0]], 0) << x << "," << y;
             }
     }
 }

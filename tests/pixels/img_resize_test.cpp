@@ -136,6 +136,39 @@ TEST_P(Formats, FieldsKeepToTheirLines) {
     }
 }
 
+// Rects that begin or end between the lines of a pair leave no line of either field out.
+TEST_P(Formats, FieldsFillTheWholeRect) {
+    if (Is16Bit(GetParam())) return;
+    for (const std::int32_t height : {22, -22})
+        for (const std::int32_t top : {0, 2, 3})
+            for (const std::int32_t bottom : {4, 10, 13, 14, 22}) {
+                if (!IsRgb() && height < 0) continue;
+                TestPicture from(Props(20, 16), 1);
+                Paint(from, [](auto, auto y) { return y % 2 ? 200 : 50; });
+                TestPicture to(Props(20, height), 2);
+                const TestPicture before = to;
+                const ImgRect d{4, top, 16, bottom};
+                const ImgRect alike{4, 2, 16, 2 + bottom - top};
+                const bool isCopy = bottom - top < 14 && top != 0;
+                ASSERT_EQ(Img_ResizeFields(from.Frame(), to.Frame(), &from.props, &to.props,
+                                           isCopy ? &alike : nullptr, &d, kResizeLinear, nullptr),
+                          S_OK);
+                for (std::int32_t y = 0; y < 22; ++y)
+                    for (std::int32_t x = 0; x < 20; ++x) {
+                        const bool isInside = x >= 4 && x < 16 && y >= top && y < bottom;
+                        const std::vector<std::size_t> at = to.Samples(x, y);
+                        ASSERT_EQ(to.Frame()[at[0]], !isInside ? before.Frame()[at[0]]
+                                                     : y % 2   ? 200
+                                                               : 50)
+                            << x << "," << y << " of " << top << " to " << bottom;
+                        // A pair's chroma goes with the half that begins in the rect.
+                        const bool hasChroma = isInside && y / 2 >= top / 2 && y / 2 < bottom / 2;
+                        for (std::size_t i = 1; IsPlanar(GetParam()) && hasChroma && i < 3; ++i)
+                            ASSERT_EQ(to.Frame()[at[i]], 50) << x << "," << y;
+                    }
+            }
+}
+
 TEST_P(Formats, RowOrdersAreTurnedUpright) {
     if (!IsRgb() || Is16Bit(GetParam())) return;
     TestPicture from(Props(20, 16), 1);

@@ -416,9 +416,75 @@ TEST_P(Fields, AreKeptApartOrOneOfThemFillsThePicture) {
         swapped.AddWhole(to);
         for (int i = 0; i < 2; ++i) {
             swapped.Run();
-            ExpectLines(swapped, 60, 200, to.bottom - (scales ? 4 : 2));
+            ExpectLines(swapped, 60, 200, to.bottom - (scales ? 0 : 2));
         }
     }
+}
+
+// A frame that is shown again comes from one field, and with it in other dimensions.
+TEST_P(Fields, MasksFollowThePictureIntoOneFieldAndBack) {
+    const PIC_PROPS in = GetParam();
+    Mix mix(in, {in.fccType, 192, in.nHeight < 0 ? -128 : 128, 0});
+    Prepare(mix, eVMI_Field1First, eVMI_Field1First);
+    MixBlock& rect = mix.AddWhole({140, 90, 188, 122});
+    mix.SetMask(rect, 2, 1, [](auto x, auto) { return x * 255; });
+    for (const std::int32_t pass : {0, 2, 0, 1}) {
+        mix.stream.fieldPass = pass;
+        mix.stream.DropDerived();
+        mix.PaintBackground();
+        mix.Run();
+        const double even = pass == 2 ? 60 : 200;
+        const double odd = pass == 1 ? 200 : 60;
+        mix.Expect(144, 100, kGrey);
+        mix.Expect(184, 100, {even, even, even}, 12);
+        mix.Expect(184, 101, {odd, odd, odd}, 12);
+        mix.Expect(138, 100, kGrey);
+    }
+}
+
+TEST(StageChain, StandsOnTheVeryPixelWhereTheOutputHasThem) {
+    Mix mix({kFccYUY2, 48, 32, 0}, {kFccRGB32, 96, 64, 0});
+    mix.AddWhole({21, 10, 71, 50});
+    mix.Run();
+    mix.Expect(20, 20, kGrey);
+    mix.Expect(21, 20, kRed);
+    mix.Expect(70, 20, kGreen);
+    mix.Expect(71, 20, kGrey);
+    // YVYU goes by way of another format, in whole pairs.
+    Mix odd({kFccYVYU, 48, 32, 0}, {kFccRGB32, 96, 64, 0});
+    odd.Add({1, 0, 20, 32}, {41, 10, 60, 42});
+    odd.Run();
+    odd.Expect(40, 20, kGrey);
+    odd.Expect(41, 20, kRed);
+    odd.Expect(59, 20, kRed);
+    odd.Expect(60, 20, kGrey);
+}
+
+// What hangs over the edge while it is flat can be in sight when it is turned.
+TEST(StageChain, ProjectsTheWholePictureWhereverItLies) {
+    for (const std::int32_t width : {48, 170, 400})
+        for (const std::int32_t fccType : {kFccYUY2, kFccI420, kFccRGB32}) {
+            SCOPED_TRACE(testing::Message() << std::hex << fccType << " of " << width);
+            Mix mix({fccType, width, 94, 0}, {fccType, 192, 128, 0});
+            MixBlock& rect = mix.AddWhole({-20, 16, 150, 110});
+            rect.current[kViewAngle] = 40;
+            rect.current[kHorzAngle] = 60;
+            rect.current.nBorderWidth = 2;
+            rect.current[kBorderAlpha] = 0;
+            ASSERT_TRUE(UpdateProjection(rect, mix.stream.inputProps, mix.out));
+            mix.Run();
+            const auto& corners = rect.projectedCorners;
+            ASSERT_GT(corners[0].x, 4);
+            const auto column = [&](std::size_t left, std::size_t right, double part) {
+                return static_cast<std::int32_t>(corners[left].x +
+                                                 (corners[right].x - corners[left].x) * part);
+            };
+            mix.Expect(column(0, 1, 0.1), 50, kRed);
+            mix.Expect(column(0, 1, 0.9), 50, kGreen);
+            mix.Expect(column(3, 2, 0.1), 80, kBlue);
+            mix.Expect(column(3, 2, 0.9), 80, kYellow);
+            mix.Expect(column(0, 1, -0.1), 50, kGrey);
+        }
 }
 
 TEST(StageChain, ProjectsOpaqueAndFaintPicturesWithoutSeams) {

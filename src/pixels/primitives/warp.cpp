@@ -81,6 +81,34 @@ std::array<Plane, kSides> SideDistances(const InverseMap& map, ImageRect roi) {
     };
 }
 
+// The pixels that the mapped region can touch: those under the box around its corners.
+ImageRect BoxOf(const PerspectiveCoeffs& coeffs, ImageRect roi, ImageRect within) {
+    const double* c = coeffs.c;
+    double left = within.x + static_cast<double>(within.width);
+    double top = within.y + static_cast<double>(within.height);
+    double right = within.x;
+    double bottom = within.y;
+    for (int corner = 0; corner < 4; ++corner) {
+        const double x = roi.x + (corner % 2 ? static_cast<double>(roi.width) : 0.0);
+        const double y = roi.y + (corner / 2 ? static_cast<double>(roi.height) : 0.0);
+        const double depth = DepthAt(coeffs, x, y);
+        const double column = (c[0] * x + c[1] * y + c[2]) / depth;
+        const double row = (c[3] * x + c[4] * y + c[5]) / depth;
+        if (!std::isfinite(column) || !std::isfinite(row)) return within;
+        left = std::min(left, std::floor(column));
+        top = std::min(top, std::floor(row));
+        right = std::max(right, std::ceil(column));
+        bottom = std::max(bottom, std::ceil(row));
+    }
+    left = std::max(left, static_cast<double>(within.x));
+    top = std::max(top, static_cast<double>(within.y));
+    right = std::min(right, within.x + static_cast<double>(within.width));
+    bottom = std::min(bottom, within.y + static_cast<double>(within.height));
+    if (!(left < right && top < bottom)) return {within.x, within.y, 0, 0};
+    return {static_cast<std::int32_t>(left), static_cast<std::int32_t>(top),
+            static_cast<std::int32_t>(right - left), static_cast<std::int32_t>(bottom - top)};
+}
+
 struct Span {
     std::int32_t begin;
     std::int32_t end;
@@ -250,8 +278,11 @@ ImageStatus Warp(const Sample* src, ImageSize srcSize, std::ptrdiff_t srcStride,
     InverseMap inverse{};
     if (!Invert(coeffs, srcRoi, &inverse)) return kImageSizeError;
     if (!IsInFront(coeffs, srcRoi)) return kImageOk;
+    const bool isSmooth = (interpolation & kSmoothEdge) != 0;
+    // Beyond a sharp corner both sides' edges would go on side by side.
+    if (isSmooth) dstRoi = BoxOf(coeffs, srcRoi, dstRoi);
     const Warper warper(src, srcStride, srcRoi, dst, dstStride, dstRoi, pixelBytes, inverse);
-    warper.Run(byInterpolation[kind], (interpolation & kSmoothEdge) != 0);
+    warper.Run(byInterpolation[kind], isSmooth);
     return kImageOk;
 }
 

@@ -37,9 +37,9 @@ inline FourPlaces FourPlacesAt(const WarpLine& line, std::int32_t column) {
     };
     const __m256d shown = _mm256_div_pd(_mm256_set1_pd(1.0), linear(line.depth, line.stepDepth));
     return {PlacesOn(_mm256_mul_pd(linear(line.x, line.stepX), shown),
-                     static_cast<double>((line.width - 1) * kPlaceOne)),
+                     static_cast<double>(line.width - 1) * kPlaceOne),
             PlacesOn(_mm256_mul_pd(linear(line.y, line.stepY), shown),
-                     static_cast<double>((line.height - 1) * kPlaceOne))};
+                     static_cast<double>(line.height - 1) * kPlaceOne)};
 }
 
 inline Places PlacesAt(const WarpLine& line, std::int32_t column) {

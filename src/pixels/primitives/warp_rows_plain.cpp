@@ -15,7 +15,7 @@ struct Place {
 
 // Not a number counts as the lower limit.
 std::int32_t PlaceOn(double value, std::int32_t samples) {
-    const double limit = static_cast<double>((samples - 1) * kPlaceOne);
+    const double limit = static_cast<double>(samples - 1) * kPlaceOne;
     if (!(value > 0.0)) return 0;
     return static_cast<std::int32_t>(std::nearbyint(value < limit ? value : limit));
 }

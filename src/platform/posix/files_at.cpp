@@ -254,7 +254,7 @@ DirectoryTurn::~DirectoryTurn() {
 }
 
 HRESULT DirectoryTurn::Take(const std::string& directory) {
-    constexpr std::uint32_t kLimitMs = 2000;
+    constexpr std::uint32_t kLimitMs = 10000;
     descriptor = OpenFile(directory, O_RDONLY | O_DIRECTORY);
     if (descriptor < 0) {
         return ResultOf(errno);
