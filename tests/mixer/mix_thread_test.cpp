@@ -36,10 +36,9 @@ TEST_P(LostPolicy, AStalledStreamShowsItAfterItsWait) {
     ASSERT_EQ(filter.SetStreamMaxWait(1, 3, show), S_OK);
     ASSERT_EQ(filter.Run(), S_OK);
     ASSERT_EQ(filter.Send(1, 7, 0), S_OK);
+    const Clock::time_point stalled = Clock::now();
     ASSERT_EQ(filter.Send(0, 1, 0), S_OK);
     ASSERT_TRUE(filter.output.WaitForFrames(1));
-
-    const Clock::time_point stalled = Clock::now();
     ASSERT_EQ(filter.Send(0, 2, 1), S_OK);
     ASSERT_TRUE(filter.output.WaitForFrames(2));
     EXPECT_GE(Clock::now() - stalled, std::chrono::milliseconds(3 * 40 - 15));
