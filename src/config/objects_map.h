@@ -32,6 +32,12 @@ public:
     V& At(std::size_t position) { return values[position]; }
     const V& At(std::size_t position) const { return values[position]; }
 
+    // Room for so many entries at once.
+    void Reserve(std::size_t entries) {
+        hashes.reserve(entries);
+        values.reserve(entries);
+    }
+
     // The first entry of that name, kNone if there is none.
     std::size_t Find(std::u16string_view name) const { return FindHash(NameHash(name, true)); }
 

@@ -42,11 +42,9 @@ WideForm FindWideForm(std::string_view bytes) {
     if (bytes.substr(0, 2) == "\xFE\xFF") return {Wide::Big, 2};
     const std::size_t most = (9 * size + 5) / 10 - 1;
     const std::size_t pairs = std::min(most, size - 1) / 2;
-    for (std::size_t i = 0; i < pairs; ++i) {
-        if (bytes[2 * i] == 0) return {Wide::Big, 0};
-        if (bytes[2 * i + 1] == 0) return {Wide::Little, 0};
-    }
-    return {};
+    const std::size_t zero = bytes.substr(0, 2 * pairs).find('\0');
+    if (zero == std::string_view::npos) return {};
+    return {zero % 2 == 0 ? Wide::Big : Wide::Little, 0};
 }
 
 std::u16string FromWide(std::string_view bytes, const WideForm& form) {
@@ -116,9 +114,10 @@ std::vector<std::uint8_t> EncodeWide(std::u16string_view text) {
 }
 
 std::vector<std::uint8_t> EncodeBytes(std::u16string_view text) {
+    if (IsAscii(text)) return {text.begin(), text.end()};
     std::string bytes = To1252(text);
     const bool isSame = From1252(bytes) == text;
-    if (!isSame || (!IsAscii(text) && IsUtf8(bytes))) bytes = std::string(kUtf8Mark) + ToUtf8(text);
+    if (!isSame || IsUtf8(bytes)) bytes = std::string(kUtf8Mark) + ToUtf8(text);
     return {bytes.begin(), bytes.end()};
 }
 

@@ -27,6 +27,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -65,6 +66,12 @@ private:
 struct XMLAttribute {
     std::u16string name;
     ObjectVal value;
+};
+
+// One as it stands in a document.
+struct AttrPair {
+    std::u16string_view name;
+    std::u16string_view value;
 };
 
 // What happens to attributes that exist when others are copied or read in.
@@ -169,6 +176,9 @@ public:
 
     // The same for one name on this node, in which "::" has no meaning and which may be empty.
     bool PutAttr(std::u16string_view attrName, ObjectVal value, bool update);
+
+    // The same for texts, one after the other.
+    void PutAttrs(std::span<const AttrPair> texts, bool update);
 
     bool RemoveAttr(std::u16string_view path);
     void ClearAttrs();

@@ -75,6 +75,19 @@ bool XMLNodeImpl::PutAttr(std::u16string_view attrName, ObjectVal value, bool up
     return update;
 }
 
+void XMLNodeImpl::PutAttrs(std::span<const AttrPair> texts, bool update) {
+    if (isText || texts.empty()) return;
+    SynchroGuard guard(attributeLock, Access::Write);
+    attributes.Reserve(attributes.Size() + texts.size());
+    for (const AttrPair& text : texts) {
+        const auto [position, isNew] = attributes.FindOrAppend(text.name, [&] {
+            return XMLAttribute{std::u16string(text.name), ObjectVal(text.value)};
+        });
+        if (position == AttributeMap::kNone) return;
+        if (!isNew && update) attributes.At(position).value.SetText(text.value);
+    }
+}
+
 bool XMLNodeImpl::RemoveAttr(std::u16string_view path) {
     std::u16string_view attrName;
     const XMLNodePtr node = Resolve(path, &attrName, false);

@@ -6,6 +6,7 @@
 #include "config/xml_text.h"
 #include "platform/file.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <utility>
@@ -13,6 +14,39 @@
 
 namespace qdvm::XMLParse {
 namespace {
+
+std::size_t SkipFullSpace(std::u16string_view text, std::size_t at) {
+    while (at < text.size() && IsFullSpace(text[at])) ++at;
+    return at;
+}
+
+// The value at `at`, which moves behind it.
+std::u16string_view TakeValue(std::u16string_view text, std::size_t& at) {
+    std::size_t start = at;
+    if (text[at] == u'\'' || text[at] == u'"') {
+        const std::size_t closing = text.find(text[at], ++start);
+        const std::size_t end = std::min(closing, text.size());
+        at = closing < text.size() ? closing + 1 : text.size();
+        return text.substr(start, end - start);
+    }
+    while (at < text.size() && !IsFullSpace(text[at])) ++at;
+    return text.substr(start, at - start);
+}
+
+void ReadPairs(std::u16string_view text, std::vector<AttrPair>& pairs) {
+    pairs.clear();
+    std::size_t at = 0;
+    while ((at = SkipFullSpace(text, at)) < text.size()) {
+        const std::size_t start = at;
+        while (at < text.size() && text[at] != u'=' && !IsFullSpace(text[at])) ++at;
+        const std::u16string_view key = text.substr(start, at - start);
+        at = SkipFullSpace(text, at);
+        if (at == text.size() || text[at] != u'=') continue;
+        at = SkipFullSpace(text, at + 1);
+        if (at == text.size()) break;
+        pairs.push_back({key, TakeValue(text, at)});
+    }
+}
 
 // One run over a document, with the open elements from the outermost to the innermost.
 class Reader {
@@ -51,8 +85,10 @@ private:
         return true;
     }
 
-    static void AddAttributes(const XMLNodePtr& node, const Tag& tag) {
-        (void)ParseAttributes(node, tag.contents, AttrMode::Update, false);
+    void AddAttributes(const XMLNodePtr& node, const Tag& tag) {
+        if (tag.contents.empty()) return;
+        ReadPairs(tag.contents, pairs);
+        node->PutAttrs(pairs, true);
     }
 
     // The next tag with the text in front of it. False if a node can't be made.
@@ -98,43 +134,26 @@ private:
     const std::size_t limit;
     std::size_t position = 0;
     std::vector<Element> open;
+    std::vector<AttrPair> pairs;  // of the present tag
 };
 
 std::u16string_view UpToZero(std::u16string_view text) { return text.substr(0, text.find(u'\0')); }
 
 // Takes out all spans from an opening mark to its closing mark; one that isn't closed goes on to
 // the end.
-std::u16string Without(std::u16string_view text, std::u16string_view opening,
-                       std::u16string_view closing) {
+void Strip(std::u16string& text, std::u16string_view opening, std::u16string_view closing) {
+    std::size_t start = text.find(opening);
+    if (start == std::u16string::npos) return;
     std::u16string kept;
     std::size_t from = 0;
-    while (from < text.size()) {
-        const std::size_t start = text.find(opening, from);
-        kept.append(text.substr(from, start - from));
-        if (start == std::u16string_view::npos) break;
+    while (start != std::u16string::npos) {
+        kept.append(text, from, start - from);
         const std::size_t end = text.find(closing, start + opening.size());
-        if (end == std::u16string_view::npos) break;
-        from = end + closing.size();
+        from = end == std::u16string::npos ? text.size() : end + closing.size();
+        start = text.find(opening, from);
     }
-    return kept;
-}
-
-std::size_t SkipFullSpace(std::u16string_view text, std::size_t at) {
-    while (at < text.size() && IsFullSpace(text[at])) ++at;
-    return at;
-}
-
-// The value at `at`, which moves behind it.
-std::u16string_view TakeValue(std::u16string_view text, std::size_t& at) {
-    std::size_t start = at;
-    if (text[at] == u'\'' || text[at] == u'"') {
-        const std::size_t closing = text.find(text[at], ++start);
-        const std::size_t end = std::min(closing, text.size());
-        at = closing < text.size() ? closing + 1 : text.size();
-        return text.substr(start, end - start);
-    }
-    while (at < text.size() && !IsFullSpace(text[at])) ++at;
-    return text.substr(start, at - start);
+    kept.append(text, from);
+    text = std::move(kept);
 }
 
 }  // namespace
@@ -155,29 +174,22 @@ bool ParseAttributes(const XMLNodePtr& node, std::u16string_view text, AttrMode 
                      bool pathKeys) {
     if (text.empty()) return false;
     if (mode == AttrMode::Replace) node->ClearAttrs();
-    bool isRead = false;
-    std::size_t at = 0;
-    while ((at = SkipFullSpace(text, at)) < text.size()) {
-        const std::size_t start = at;
-        while (at < text.size() && text[at] != u'=' && !IsFullSpace(text[at])) ++at;
-        const std::u16string_view key = text.substr(start, at - start);
-        at = SkipFullSpace(text, at);
-        if (at == text.size() || text[at] != u'=') continue;
-        at = SkipFullSpace(text, at + 1);
-        if (at == text.size()) break;
-        ObjectVal value(TakeValue(text, at));
-        if (pathKeys)
-            (void)node->SetAttr(key, std::move(value), true);
-        else
-            (void)node->PutAttr(key, std::move(value), mode != AttrMode::Keep);
-        isRead = true;
-    }
-    return isRead;
+    std::vector<AttrPair> pairs;
+    ReadPairs(text, pairs);
+    if (pathKeys)
+        for (const AttrPair& pair : pairs)
+            (void)node->SetAttr(pair.name, ObjectVal(pair.value), true);
+    else
+        node->PutAttrs(pairs, mode != AttrMode::Keep);
+    return !pairs.empty();
 }
 
 HRESULT ParseBytes(const XMLNodePtr& node, std::span<const std::uint8_t> bytes) {
-    const std::u16string text = DecodeBytes(bytes);
-    return Parse(node, Without(Without(UpToZero(text), u"<!--", u"-->"), u"<?", u"?>"));
+    std::u16string text = DecodeBytes(bytes);
+    text.resize(UpToZero(text).size());
+    Strip(text, u"<!--", u"-->");
+    Strip(text, u"<?", u"?>");
+    return Parse(node, text);
 }
 
 HRESULT ParseFile(const XMLNodePtr& node, std::u16string_view path) {

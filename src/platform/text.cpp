@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <utility>
 
 namespace qdvm {
@@ -44,6 +45,23 @@ void AppendUtf8(std::string& out, char32_t point) {
         putTail(point >> 6);
         putTail(point);
     }
+}
+
+// The ASCII characters at the start of a text, eight bytes at a time: most of the text of
+// documents.
+template <class Unit>
+std::size_t AsciiRun(std::basic_string_view<Unit> text) {
+    constexpr std::uint64_t kBeyond = sizeof(Unit) == 1 ? 0x8080808080808080 : 0xFF80FF80FF80FF80;
+    constexpr std::size_t kUnits = sizeof(kBeyond) / sizeof(Unit);
+    std::size_t run = 0;
+    for (; run + kUnits <= text.size(); run += kUnits) {
+        std::uint64_t units = 0;
+        std::memcpy(&units, text.data() + run, sizeof(units));
+        if ((units & kBeyond) != 0) break;
+    }
+    // A char above 127 is negative, and so beyond as well.
+    while (run < text.size() && static_cast<char32_t>(text[run]) < 0x80) ++run;
+    return run;
 }
 
 // Takes the code point at position and moves past it; an unpaired surrogate is kReplacement.
@@ -197,6 +215,10 @@ std::u16string FromUtf8(std::string_view text) {
     std::u16string out;
     out.reserve(text.size());
     for (std::size_t position = 0; position < text.size();) {
+        const std::size_t run = AsciiRun(text.substr(position));
+        out.append(text.begin() + position, text.begin() + position + run);
+        position += run;
+        if (position == text.size()) break;
         const char32_t point = TakeUtf8(text, position);
         AppendUtf16(out, point != kNone ? point : kReplacement);
     }
@@ -204,7 +226,8 @@ std::u16string FromUtf8(std::string_view text) {
 }
 
 bool IsUtf8(std::string_view text) {
-    for (std::size_t position = 0; position < text.size();) {
+    for (std::size_t position = AsciiRun(text); position < text.size();
+         position += AsciiRun(text.substr(position))) {
         if (TakeUtf8(text, position) == kNone) {
             return false;
         }
@@ -234,7 +257,12 @@ std::string To1252(std::u16string_view text) {
     std::string out;
     out.reserve(text.size());
     for (std::size_t position = 0; position < text.size();) {
-        out.push_back(ToWestern(TakeUtf16(text, position)));
+        const std::size_t run = AsciiRun(text.substr(position));
+        for (const char16_t unit : text.substr(position, run)) {
+            out.push_back(static_cast<char>(unit));
+        }
+        position += run;
+        if (position < text.size()) out.push_back(ToWestern(TakeUtf16(text, position)));
     }
     return out;
 }

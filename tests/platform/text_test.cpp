@@ -70,6 +70,23 @@ TEST(SingleByte, LatinAndWesternDifferInTheMiddle) {
     EXPECT_EQ(To1252(u"\u0416\U0001F600x"), "??x");
 }
 
+TEST(Text, OddCharactersStandAnywhereAmongPlainOnes) {
+    for (std::size_t place = 0; place < 20; ++place) {
+        for (const std::u16string_view odd : {u"\u00E9", u"\u20AC", u"\U0001F600"}) {
+            std::u16string text(20, u'a');
+            text.insert(place, odd);
+            EXPECT_EQ(FromUtf8(ToUtf8(text)), text);
+            if (odd.size() == 1) {
+                EXPECT_EQ(From1252(To1252(text)), text);
+            }
+            std::string cut = ToUtf8(text);
+            EXPECT_TRUE(IsUtf8(cut));
+            cut.erase(place, 1);
+            EXPECT_FALSE(IsUtf8(cut));
+        }
+    }
+}
+
 TEST(Utf7, DecodesRunsAndMarksBadOnes) {
     EXPECT_EQ(FromUtf7("Hi Mom +Jjo--!"), u"Hi Mom \u263A-!");
     EXPECT_EQ(FromUtf7("A+ImIDkQ."), u"A\u2262\u0391.");
