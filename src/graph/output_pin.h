@@ -40,6 +40,7 @@ public:
     // OutputStage. The allocator is committed and decommitted under filterLock.
     bool IsConnected() const override { return HasPeer(); }
     HRESULT GetBuffer(MediaFrame* frame) override;
+    bool HasOwnMemory() const override;
     HRESULT AdoptSampleType(const MediaFrame& frame) override;
     HRESULT DeliverFrame(const MediaFrame& frame) override;
     void DeliverEndOfStream() override;

@@ -24,6 +24,11 @@ Ref<IMemInputPin> CCoQDVideoMixerOut::ConnectedInput() const {
     return connectedInput;
 }
 
+bool CCoQDVideoMixerOut::HasOwnMemory() const {
+    ScopedLock guard(connectionLock);
+    return agreed.mode == AllocatorMode::kOwn;
+}
+
 HRESULT CCoQDVideoMixerOut::GetBuffer(MediaFrame* frame) {
     const Ref<IMemAllocator> allocator = Allocator();
     if (!allocator) return VFW_E_NO_ALLOCATOR;

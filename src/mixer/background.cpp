@@ -127,6 +127,10 @@ void Background::Paint(BYTE* frame, const PIC_PROPS& outProps) {
         RefreshBackgroundPicture(outProps);
         PaintPicture(frame, outProps, PaintPrevious(frame, outProps));
     }
+    Pass();
+}
+
+void Background::Pass() {
     if (previousKind == eVMB_None) return;
     if (++fadeDone >= fadeFrames) previousKind = eVMB_None;
 }

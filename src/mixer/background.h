@@ -31,6 +31,12 @@ public:
     // Paints the whole frame (outProps, FrameBytes of it) and takes the fade one frame on.
     void Paint(BYTE* frame, const PIC_PROPS& outProps);
 
+    // In place of Paint, for a frame in which nothing of the background is seen.
+    void Pass();
+
+    // Whether Paint leaves nothing of what the frame held.
+    bool PaintsAll() const { return kind == eVMB_Color || kind == eVMB_Image; }
+
     // The picture in output format is made anew for the next frame. Needs no lock.
     void DropPicture() { isPictureStale = true; }
 

@@ -5,6 +5,7 @@
 #include "mixer/rect_change.h"
 #include "mixer/time_math.h"
 #include "pixels/img_fill.h"
+#include "pixels/stream_mix.h"
 #include "platform/ticks.h"
 #include "platform/trace.h"
 
@@ -24,6 +25,30 @@ constexpr std::uint32_t kLongestPacingWaitMs = 500;
 
 // Pause after a frame whose last stream failed, ms.
 constexpr std::uint32_t kFailedStreamPauseMs = 10;
+
+// The background of one frame, which is painted only if something of it is seen.
+class Ground final : public Underlay {
+public:
+    Ground(Background& painted, BYTE* target, const PIC_PROPS& props)
+        : background(painted), frame(target), outProps(props) {}
+
+    void Paint() override {
+        if (std::exchange(isDue, false)) background.Paint(frame, outProps);
+    }
+    void Skip() override {
+        if (std::exchange(isDue, false)) background.Pass();
+    }
+
+private:
+    Background& background;
+    BYTE* const frame;
+    const PIC_PROPS& outProps;
+    bool isDue = true;
+};
+
+bool HasNoGaps(const PIC_PROPS& props) {
+    return RowWidth(props) == props.nWidth && props.nWidth % 2 == 0 && AbsHeight(props) % 2 == 0;
+}
 
 }  // namespace
 
@@ -87,28 +112,60 @@ HRESULT MixerCore::FillSample(const MediaFrame& sample, const MediaFrame& inFram
     ScopedLock guard(composeLock);
     const VM_VIDEO_PROPS outProps = outputStage->OutputProps();
     *picture = outProps.picProps;
-    result = mixBuffer.Resize(FrameBytes(outProps.picProps));
-    if (Failed(result)) return result;
-    *lastStream = ComposeFrame(mixBuffer.At(0), outProps);
+    std::uint32_t length = FrameBytes(outProps.picProps);
     const std::uint32_t room = static_cast<std::uint32_t>(std::max(sample.Size(), LONG{0}));
-    const std::uint32_t length = std::min(room, mixBuffer.Used());
-    if (length != 0) std::memcpy(memory, mixBuffer.At(0), length);
+    // What nothing is painted on keeps what the frame before had there: only mixBuffer holds it.
+    if (background.PaintsAll() && outputStage->HasOwnMemory() && room >= length &&
+        HasNoGaps(outProps.picProps)) {
+        *lastStream = ComposeFrame(memory, outProps);
+        isMixBufferBehind = true;
+    } else {
+        result = ComposeInBuffer(outProps, lastStream);
+        if (Failed(result)) return result;
+        length = std::min(room, mixBuffer.Used());
+        if (length != 0) std::memcpy(memory, mixBuffer.At(0), length);
+    }
     StampFrame(sample, inFrame, static_cast<LONG>(length));
     ++framesMixed;
     return S_OK;
 }
 
+HRESULT MixerCore::ComposeInBuffer(const VM_VIDEO_PROPS& outProps, HRESULT* lastStream) {
+    const HRESULT result = mixBuffer.Resize(FrameBytes(outProps.picProps));
+    if (Failed(result)) return result;
+    if (std::exchange(isMixBufferBehind, false) && !background.PaintsAll())
+        TakeLastFrame(outProps.picProps);
+    *lastStream = ComposeFrame(mixBuffer.At(0), outProps);
+    return S_OK;
+}
+
+// Into mixBuffer; black where there is none of this format any more.
+void MixerCore::TakeLastFrame(const PIC_PROPS& props) {
+    MediaFrame last;
+    {
+        ScopedLock guard(captureLock);
+        if (lastFrameProps == props) last = lastFrame;
+    }
+    BYTE* memory = nullptr;
+    if (last && Succeeded(last.GetPointer(&memory)) && memory &&
+        last.ActualLength() == static_cast<LONG>(mixBuffer.Used()))
+        std::memcpy(mixBuffer.At(0), memory, mixBuffer.Used());
+    else
+        (void)Img_FillRect(mixBuffer.At(0), &props, kOpaqueBlack, nullptr, 255);
+}
+
 // Background and streams. The result of the last stream that was asked.
 HRESULT MixerCore::ComposeFrame(BYTE* target, const VM_VIDEO_PROPS& outProps) {
-    background.Paint(target, outProps.picProps);
+    Ground ground(background, target, outProps.picProps);
     bool nothingDrawn = true;
     HRESULT result = S_OK;
     for (const std::int32_t number : order) {
         InputStream& stream = *inputs[static_cast<std::size_t>(number)];
         if (!stream.IsConnected()) continue;
-        result = MixStream(stream, target, outProps);
+        result = MixStream(stream, target, outProps, ground);
         if (result != S_FALSE) nothingDrawn = false;
     }
+    ground.Paint();
     if (nothingDrawn && background.Kind() == eVMB_None)
         (void)Img_FillRect(target, &outProps.picProps, kOpaqueBlack, nullptr, 255);
     return result;
@@ -217,7 +274,8 @@ HRESULT ChoosePicture(InputStream& stream, Picture* picture) {
 }
 
 // Needs the stream's lock.
-HRESULT DrawStream(InputStream& stream, BYTE* target, const VM_VIDEO_PROPS& outProps) {
+HRESULT DrawStream(InputStream& stream, BYTE* target, const VM_VIDEO_PROPS& outProps,
+                   Underlay& underlay) {
     if (!stream.enabled) return S_FALSE;
     Picture picture;
     const HRESULT result = ChoosePicture(stream, &picture);
@@ -227,7 +285,7 @@ HRESULT DrawStream(InputStream& stream, BYTE* target, const VM_VIDEO_PROPS& outP
     if (picture.isFrame && !stream.frameWaits) ++stream.framesRepeated;
     stream.pixels.inputProps = props;
     StreamAnimator animator(stream, props, outProps);
-    return MixRects(stream.pixels, picture.data, target, outProps, animator);
+    return MixRects(stream.pixels, picture.data, target, outProps, animator, &underlay);
 }
 
 }  // namespace
@@ -247,9 +305,10 @@ void MixerCore::PrepareFrame(InputStream& stream) {
     (void)PrepareStream(stream.pixels, picture.data, outProps, wanted == kAlphaOnly);
 }
 
-HRESULT MixerCore::MixStream(InputStream& stream, BYTE* target, const VM_VIDEO_PROPS& outProps) {
+HRESULT MixerCore::MixStream(InputStream& stream, BYTE* target, const VM_VIDEO_PROPS& outProps,
+                             Underlay& underlay) {
     ScopedLock guard(stream.streamLock);
-    const HRESULT result = DrawStream(stream, target, outProps);
+    const HRESULT result = DrawStream(stream, target, outProps, underlay);
     std::int64_t slot = 0;
     std::int64_t nextSlot = 0;
     if (stream.frameWaits && Succeeded(stream.currentFrame.GetMediaTime(&slot, &nextSlot)))

@@ -32,6 +32,7 @@
 namespace qdvm {
 
 class CCoKeySample;
+class Underlay;
 
 enum class PlayState : std::int32_t { kStopped = 0, kPaused = 1, kRunning = 2 };
 
@@ -203,8 +204,12 @@ private:
     void TellListener();
     HRESULT FillSample(const MediaFrame& sample, const MediaFrame& inFrame, HRESULT* lastStream,
                        PIC_PROPS* picture);
+    HRESULT ComposeInBuffer(const VM_VIDEO_PROPS& outProps, HRESULT* lastStream)
+        QDVM_REQUIRES(composeLock);
+    void TakeLastFrame(const PIC_PROPS& props) QDVM_REQUIRES(composeLock);
     HRESULT ComposeFrame(BYTE* target, const VM_VIDEO_PROPS& outProps);
-    HRESULT MixStream(InputStream& stream, BYTE* target, const VM_VIDEO_PROPS& outProps);
+    HRESULT MixStream(InputStream& stream, BYTE* target, const VM_VIDEO_PROPS& outProps,
+                      Underlay& underlay);
     // On the input's thread, as far as its settings say.
     void PrepareFrame(InputStream& stream);
     void StampFrame(const MediaFrame& sample, const MediaFrame& inFrame, LONG length);
@@ -249,6 +254,8 @@ private:
     // way. Taken with mixLock held, before any streamLock.
     CriticalSection composeLock;
     CBLOBHolder<CVirtualAlloc> mixBuffer QDVM_GUARDED_BY(composeLock);
+    // The last frame was composed in its sample.
+    bool isMixBufferBehind QDVM_GUARDED_BY(composeLock) = false;
     CriticalSection captureLock{LockRank::Leaf, this};
     MediaFrame lastFrame QDVM_GUARDED_BY(captureLock);
     PIC_PROPS lastFrameProps QDVM_GUARDED_BY(captureLock){};

@@ -32,6 +32,8 @@ public:
     // An empty frame of the connection's allocator; blocks until one is free or the allocator is
     // decommitted. VFW_E_NO_ALLOCATOR without one.
     virtual HRESULT GetBuffer(MediaFrame* frame) = 0;
+    // Whether its frames lie in plain memory of ours, which is as fast to read as to write.
+    virtual bool HasOwnMemory() const = 0;
     // Takes over the media type that the sample carries, if any. VFW_E_INVALIDMEDIATYPE if it does
     // not fit, S_FALSE if there is none.
     virtual HRESULT AdoptSampleType(const MediaFrame& frame) = 0;

@@ -40,6 +40,10 @@ public:
     // Copies or blends the picture into the output frame. Needs MakePicture.
     void Draw(BYTE* outFrame, const VM_VIDEO_PROPS& out);
 
+    // Draws an opaque picture that covers the whole output frame, so that it does not matter what
+    // lay there. False for any other, which is left to Draw. Needs MakePicture.
+    bool Cover(BYTE* outFrame, const VM_VIDEO_PROPS& out);
+
 private:
     // Slices of stageBuffers, by what lies in them.
     enum Slice : std::uint32_t {
@@ -74,6 +78,8 @@ private:
     PIC_PROPS PlaneProps() const;
     ImgRect MaskRect() const;
 
+    bool CoversFrame() const;
+    bool Copy(BYTE* outFrame) const;
     void Blend(const Plane& plane, BYTE* outFrame);
     void Project(const Plane& plane, BYTE* outFrame);
     void DrawProjectedBorder();

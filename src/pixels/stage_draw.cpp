@@ -102,6 +102,24 @@ void ClearRows(CBLOBHolder<CVirtualAlloc>& plane, const PIC_PROPS& props, const 
 
 }  // namespace
 
+// Frames of odd size can have samples that no copy of theirs reaches.
+bool StageChain::CoversFrame() const {
+    const PIC_PROPS& O = plan.output;
+    const ImgRect whole{0, 0, O.nWidth, AbsHeight(O)};
+    return !plan.bBlend && !rect.bProjected && plan.target == whole && C.Width() == whole.Width() &&
+           C.Height() == whole.Height() && O.nWidth % 2 == 0 && whole.bottom % 2 == 0;
+}
+
+bool StageChain::Copy(BYTE* outFrame) const {
+    return Img_CopyRect(picture, outFrame, &S, &plan.output, &C, &plan.target) == S_OK;
+}
+
+bool StageChain::Cover(BYTE* outFrame, const VM_VIDEO_PROPS& out) {
+    if (!CoversFrame() || !Copy(outFrame)) return false;
+    DrawBorder(outFrame, out.picProps);
+    return true;
+}
+
 void StageChain::Draw(BYTE* outFrame, const VM_VIDEO_PROPS& out) {
     Plane plane;
     if (MakePlane(&plane) != S_OK) return;
@@ -112,7 +130,7 @@ void StageChain::Draw(BYTE* outFrame, const VM_VIDEO_PROPS& out) {
     if (plan.bBlend) {
         Blend(plane, outFrame);
     } else {
-        (void)Img_CopyRect(picture, outFrame, &S, &plan.output, &C, &plan.target);
+        (void)Copy(outFrame);
     }
     DrawBorder(outFrame, out.picProps);
 }

@@ -48,6 +48,17 @@ void FollowFormats(MixBlock& rect, const VM_VIDEO_PROPS& in, const VM_VIDEO_PROP
     rect.keptFor = {in, out};
 }
 
+void DrawOn(Underlay* underlay, StageChain& chain, BYTE* outFrame, const VM_VIDEO_PROPS& outProps) {
+    if (!underlay) {
+        chain.Draw(outFrame, outProps);
+    } else if (chain.Cover(outFrame, outProps)) {
+        underlay->Skip();
+    } else {
+        underlay->Paint();
+        chain.Draw(outFrame, outProps);
+    }
+}
+
 bool StandsStill(const MixBlock& rect) { return rect.stepsLeft == 0 && rect.step.IsZero(); }
 
 }  // namespace
@@ -59,7 +70,7 @@ void StreamPixels::DropDerived() {
 }
 
 HRESULT MixRects(StreamPixels& stream, const BYTE* frame, BYTE* outFrame,
-                 const VM_VIDEO_PROPS& outProps, RectAnimator& animator) {
+                 const VM_VIDEO_PROPS& outProps, RectAnimator& animator, Underlay* underlay) {
     if (!frame || !outFrame) return E_POINTER;
     const std::uint32_t sliceBytes = SliceBytes(stream.inputProps, outProps);
     const HRESULT taken = TakeFrame(stream, frame, sliceBytes);
@@ -78,7 +89,7 @@ HRESULT MixRects(StreamPixels& stream, const BYTE* frame, BYTE* outFrame,
             if (!plan->bOwnBytes) (void)MakeStreamAlpha(stream, outProps, &frame);
             StageChain chain(stream, rect, *plan, frame, sliceBytes);
             const bool isDrawn = chain.MakePicture();
-            if (isDrawn) chain.Draw(outFrame, outProps);
+            if (isDrawn) DrawOn(underlay, chain, outFrame, outProps);
             Tell(rect, i, isDrawn, *plan);
         }
         ++i;

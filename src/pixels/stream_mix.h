@@ -47,12 +47,26 @@ protected:
     ~RectAnimator() = default;
 };
 
+// What lies under all that is drawn into one output frame, painted when it is needed.
+class Underlay {
+public:
+    // Before the first picture that lets something of it be seen. Further calls do nothing.
+    virtual void Paint() = 0;
+    // After a picture that covers the whole frame.
+    virtual void Skip() = 0;
+
+protected:
+    ~Underlay() = default;
+};
+
 // Draws `frame` (described by stream.inputProps) into `outFrame` (described by outProps, FrameBytes
 // of it) through every rect of the stream. Needs the stream's lock and mixLock shared.
+// underlay: null if outFrame holds what the rects are to be drawn on.
 // 0 when every rect was worked through, 1 when the stream was closed by its last rect's removal,
 // E_POINTER without frames, the holder's result when working memory can't be had.
 HRESULT MixRects(StreamPixels& stream, const BYTE* frame, BYTE* outFrame,
-                 const VM_VIDEO_PROPS& outProps, RectAnimator& animator);
+                 const VM_VIDEO_PROPS& outProps, RectAnimator& animator,
+                 Underlay* underlay = nullptr);
 
 // Does ahead of time what MixRects will find done: the stream's alpha plane and, unless bAlphaOnly,
 // the picture of each rect that stands still. 0: done. 1: there was nothing to do. E_POINTER

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <random>
 #include <vector>
 
 namespace qdvm::test {
@@ -212,6 +213,51 @@ TEST_F(Composition, RatesAndStatusTellWhatHappened) {
     LONG streams = 0;
     ASSERT_EQ(filter.GetStreamCount(&streams), S_OK);
     EXPECT_EQ(streams, 2);
+}
+
+// Layouts that cover the frame, let the background be seen or leave what was there, in turns.
+TEST(ComposedInPlace, FramesAreThoseOfTheMixersBuffer) {
+    FakeFilter inPlace(2);
+    FakeFilter buffered(2);
+    buffered.output.hasOwnMemory = false;
+    FakeFilter* const filters[] = {&inPlace, &buffered};
+    for (FakeFilter* filter : filters) {
+        ASSERT_EQ(filter->SetMasterStream(0), S_OK);
+        ASSERT_EQ(filter->Run(), S_OK);
+        for (const auto& sample : filter->output.pool)
+            std::fill(sample->bytes.begin(), sample->bytes.end(), BYTE{0xEE});
+    }
+    constexpr RECT kTargets[] = {{0, 0, 64, 32}, {0, 0, 64, 30}, {-8, -8, 72, 40}, {20, 4, 44, 28}};
+    constexpr eVM_Background kKinds[] = {eVMB_None, eVMB_Color, eVMB_Stream};
+    std::mt19937 random(3);
+    const auto pick = [&random](int count) {
+        return static_cast<std::size_t>(random() % static_cast<unsigned>(count));
+    };
+    for (int frame = 0; frame < 200; ++frame) {
+        const eVM_Background kind = kKinds[pick(3)];
+        const bool newGround = pick(4) == 0;
+        const auto colour = static_cast<LONG>(pick(0x1000000));
+        const LONG fade = pick(2) ? 120 : 0;
+        const LONG stream = static_cast<LONG>(pick(2));
+        const RECT target = kTargets[pick(4)];
+        const double alpha = pick(3) ? 1 : 0.5;
+        const BOOL enabled = pick(3) != 0;
+        for (FakeFilter* filter : filters) {
+            if (newGround) {
+                ASSERT_EQ(filter->SetBackground2(kind, colour, nullptr, fade), S_OK);
+            }
+            VM_MIXING_RECT rect{};
+            rect.rcTarget = target;
+            rect.dblAlpha = alpha;
+            rect.nBorderWidth = frame % 3;
+            LONG number = 0;
+            ASSERT_EQ(filter->SetInputRect(stream, &number, &rect), S_OK);
+            (void)filter->EnableStream(stream, enabled);
+            ASSERT_EQ(filter->Send(1, static_cast<BYTE>(100 + frame)), S_OK);
+            filter->Compose(1, static_cast<BYTE>(frame));
+        }
+        ASSERT_EQ(inPlace.output.Last().bytes, buffered.output.Last().bytes) << "frame " << frame;
+    }
 }
 
 TEST(Start, NeedsAnInputAndAnOutputAndTheAllocator) {

@@ -95,6 +95,7 @@ public:
     ULONG Release() override { return 1; }
     bool IsConnected() const override { return connected; }
     HRESULT GetBuffer(MediaFrame* frame) override;
+    bool HasOwnMemory() const override { return hasOwnMemory; }
     HRESULT AdoptSampleType(const MediaFrame&) override { return adoptResult; }
     HRESULT DeliverFrame(const MediaFrame& frame) override;
     void DeliverEndOfStream() override;
@@ -110,6 +111,7 @@ public:
     Delivered Last() { return Frames().back(); }
 
     std::atomic<bool> connected{true};
+    std::atomic<bool> hasOwnMemory{true};
     std::atomic<bool> keepsFrames{true};  // otherwise they are only counted
     std::atomic<HRESULT> commitResult{S_OK};
     std::atomic<HRESULT> adoptResult{S_FALSE};
