@@ -62,7 +62,7 @@ struct ChromaKeySettings {
     std::int32_t nKeys;    // entries that count, at most kMaxChromaKeys
     ChromaKeyEntry keys[kMaxChromaKeys];
     std::int32_t nSmooth;      // passes of smoothing over the finished plane; each after the first
-                               // takes a pixel off the edge
+                               // takes a pixel off the edge; above 255 as 255
     std::int32_t nSpillMode;   // eVM_SpillMode
     std::int32_t bInterlaced;  // set by the mixer: each field is keyed as a picture of its own
     std::int32_t nFlags;       // eVM_KeyFlags

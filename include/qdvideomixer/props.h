@@ -34,9 +34,9 @@ inline constexpr GUID IID_IQProps = {
 // Results besides S_OK, where told: not listed 0x80070585 (index outside), not found 0x80070002.
 struct IQProps : IUnknown {
     // Sets the text of a node that exists, else an attribute; missing nodes are made, and an
-    // attribute that gets values below it turns into a node with its value as text. Without a name
-    // the value goes to the whole: empty clears all; pairs such as "a='1' b::c='2'" are added; a
-    // document replaces all; anything without "=" is the root's text. E_INVALIDARG, E_FAIL.
+    // attribute whose name gets a name below it turns into a node with its value as text. Without a
+    // name the value goes to the whole: empty clears all; pairs such as "a='1' b::c='2'" are added;
+    // a document replaces all; anything without "=" is the root's text. E_INVALIDARG, E_FAIL.
     virtual HRESULT PropsSet(BSTR _bsPropName, BSTR _bsPropValue) = 0;
 
     // S_FALSE and null if there is no such value. An empty name gives the whole as a document. The

@@ -100,13 +100,13 @@ HRESULT IQPropsImpl::SetNamed(std::u16string_view name, std::u16string_view valu
     }
     if (!root->SetAttr(name, ObjectVal(value), true)) return E_INVALIDARG;
     // A property that gets properties below it becomes a node and keeps its value as the text.
-    std::u16string_view last;
-    (void)root->Resolve(name, &last, false);
-    if (last.size() == name.size()) return S_OK;
-    const std::u16string_view above = name.substr(0, name.size() - last.size() - 2);
-    if (const auto former = AttributeText(root, above)) {
-        root->Child(above)->SetValue(*former);
-        (void)root->RemoveAttr(above);
+    for (std::size_t end = name.find(u"::"); end != std::u16string_view::npos;
+         end = name.find(u"::", end + 2)) {
+        const std::u16string_view above = name.substr(0, end);
+        if (const auto former = AttributeText(root, above)) {
+            root->Child(above)->SetValue(*former);
+            (void)root->RemoveAttr(above);
+        }
     }
     return S_OK;
 }
@@ -192,12 +192,15 @@ HRESULT IQPropsImpl::GetEntry(const XMLNodePtr& node, std::size_t index, BSTR* n
     const bool isDescribed = infoNames.Size() > 0;
     const std::size_t own = isDescribed ? infoNames.Size() : node->AttrCount();
     if (index < own) {
-        const std::u16string entry =
-            isDescribed ? infoNames.At(index).name : node->AttrNameAt(index).value_or(u"");
+        if (!isDescribed) {
+            const auto attribute = node->AttrAt(index).value_or(XMLNodeImpl::NamedText{});
+            const HRESULT result = CopyOutIfAsked(attribute.name, name);
+            return Failed(result) ? result : CopyOutIfAsked(attribute.text, value);
+        }
+        const std::u16string& entry = infoNames.At(index).name;
         const HRESULT result = CopyOutIfAsked(entry, name);
-        if (Failed(result)) return result;
-        const auto text = isDescribed ? AttributeText(node, entry) : node->AttrValueAt(index);
-        return text ? CopyOutIfAsked(*text, value) : S_OK;
+        const auto text = AttributeText(node, entry);
+        return Failed(result) || !text ? result : CopyOutIfAsked(*text, value);
     }
     const XMLNodePtr child = node->ChildAt(index - own);
     if (!child) return kBadIndex;

@@ -60,11 +60,23 @@ bool IsNumberUnit(char16_t unit) {
 }
 
 // What the number would be had it more range: huge, or too small to tell from 0.
-double OutOfRange(std::string_view digits) {
-    const std::size_t exponent = digits.find_first_of("eEpP");
-    const bool isSmall = exponent != std::string_view::npos && exponent + 1 < digits.size() &&
-                         digits[exponent + 1] == '-';
-    return isSmall ? 0.0 : std::numeric_limits<double>::infinity();
+double OutOfRange(std::string_view number, bool isHex) {
+    const std::size_t mark = number.find_first_of(isHex ? "pP" : "eE");
+    const std::string_view digits = number.substr(0, mark);
+    const auto point = static_cast<std::int64_t>(std::min(digits.find('.'), digits.size()));
+    const auto first =
+        static_cast<std::int64_t>(std::min(digits.find_first_not_of("0."), digits.size()));
+    // Both counted in digits, or in bits of hexadecimal ones.
+    const std::int64_t place = (point - first) * (isHex ? 4 : 1);
+    std::int64_t exponent = 0;
+    if (mark != std::string_view::npos) {
+        const std::size_t sign = number[mark + 1] == '+' ? 2 : 1;
+        const auto read =
+            std::from_chars(number.data() + mark + sign, number.data() + number.size(), exponent);
+        if (read.ec == std::errc::result_out_of_range)
+            return number[mark + 1] == '-' ? 0.0 : std::numeric_limits<double>::infinity();
+    }
+    return place + exponent < 0 ? 0.0 : std::numeric_limits<double>::infinity();
 }
 
 // The number at the start of the text; `end` is the position behind it, 0 if there is none.
@@ -82,7 +94,8 @@ double TakeDouble(std::u16string_view text, std::size_t& end) {
     const auto read = std::from_chars(digits.data(), digits.data() + digits.size(), value,
                                       isHex ? std::chars_format::hex : std::chars_format::general);
     end = at + static_cast<std::size_t>(read.ptr - digits.data());
-    if (read.ec == std::errc::result_out_of_range) value = OutOfRange(digits);
+    if (read.ec == std::errc::result_out_of_range)
+        value = OutOfRange({digits.data(), read.ptr}, isHex);
     return isNegative ? -value : value;
 }
 

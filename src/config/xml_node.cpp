@@ -33,6 +33,13 @@ private:
     bool isDone;
 };
 
+// Nodes are made only for a path that can be gone to its end.
+bool HasEmptyStep(std::u16string_view path) {
+    for (PathSteps steps(path); !steps.IsDone();)
+        if (steps.Take().empty()) return true;
+    return false;
+}
+
 }  // namespace
 
 XMLNodePtr::XMLNodePtr(CoXMLNode* held) : node(held) {
@@ -93,6 +100,7 @@ XMLNodePtr XMLNodeImpl::NewChild(std::u16string_view content, bool textNode) {
 
 XMLNodePtr XMLNodeImpl::Resolve(std::u16string_view path, std::u16string_view* lastStep,
                                 bool create) {
+    if (create && HasEmptyStep(path)) return nullptr;
     XMLNodePtr current(static_cast<CoXMLNode*>(this));
     for (PathSteps steps(path); !steps.IsDone();) {
         const std::u16string_view step = steps.Take();
@@ -107,7 +115,7 @@ XMLNodePtr XMLNodeImpl::Resolve(std::u16string_view path, std::u16string_view* l
             const std::size_t found = node.children.Find(step);
             if (found != ChildMap::kNone) {
                 next = node.children.At(found);
-            } else if (create && !step.empty() && !node.isText) {
+            } else if (create && !node.isText) {
                 next = node.NewChild(step, false);
                 if (!node.children.Append(step, next)) next = nullptr;
             }

@@ -185,8 +185,11 @@ public:
     std::size_t AttrCount() const;
 
     // In order of insertion. None outside.
-    std::optional<std::u16string> AttrNameAt(std::size_t index) const;
-    std::optional<std::u16string> AttrValueAt(std::size_t index);
+    struct NamedText {
+        std::u16string name;
+        std::u16string text;
+    };
+    std::optional<NamedText> AttrAt(std::size_t index);
 
     // All attributes, as they stand now.
     std::vector<XMLAttribute> Attributes() const;

@@ -109,16 +109,10 @@ std::size_t XMLNodeImpl::AttrCount() const {
     return attributes.Size();
 }
 
-std::optional<std::u16string> XMLNodeImpl::AttrNameAt(std::size_t index) const {
-    SynchroGuard guard(attributeLock, Access::Read);
-    if (index >= attributes.Size()) return std::nullopt;
-    return attributes.At(index).name;
-}
-
-std::optional<std::u16string> XMLNodeImpl::AttrValueAt(std::size_t index) {
+std::optional<XMLNodeImpl::NamedText> XMLNodeImpl::AttrAt(std::size_t index) {
     SynchroGuard guard(attributeLock, Access::Write);
     if (index >= attributes.Size()) return std::nullopt;
-    return attributes.At(index).value.AsText();
+    return NamedText{attributes.At(index).name, attributes.At(index).value.AsText()};
 }
 
 std::vector<XMLAttribute> XMLNodeImpl::Attributes() const {

@@ -82,11 +82,10 @@ HRESULT CoXMLNode::GetByIndex(LONG index, BSTR* name, BSTR* value) {
     if (name != nullptr) *name = nullptr;
     if (value != nullptr) *value = nullptr;
     return NoThrow([&] {
-        const auto attrName = AttrNameAt(ToIndex(index));
-        const auto attrValue = AttrValueAt(ToIndex(index));
-        if (!attrName || !attrValue) return kBadIndex;
-        const HRESULT result = CopyOutIfAsked(*attrName, name);
-        return Failed(result) ? result : CopyOutIfAsked(*attrValue, value);
+        const auto attribute = AttrAt(ToIndex(index));
+        if (!attribute) return kBadIndex;
+        const HRESULT result = CopyOutIfAsked(attribute->name, name);
+        return Failed(result) ? result : CopyOutIfAsked(attribute->text, value);
     });
 }
 

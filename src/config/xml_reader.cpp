@@ -125,8 +125,10 @@ private:
         XMLNodePtr child = open.back().node->AppendElement(tag.name);
         if (!child) return false;
         AddAttributes(child, tag);
-        if (tag.kind == TagKind::Opening && open.size() < kMostNesting)
-            open.push_back({std::move(child), tag.name});
+        if (tag.kind != TagKind::Opening) return true;
+        // Too deep, it takes part in the matching of tags only.
+        if (open.size() >= kMostNesting) child = open.back().node;
+        open.push_back({std::move(child), tag.name});
         return true;
     }
 

@@ -17,7 +17,7 @@ using Mode = SharedLockGuard::Mode;
 void ApplyKey(InputStream& stream, const ChromaKeySettings& settings, const VM_VIDEO_PROPS& out) {
     ScopedLock guard(stream.streamLock);
     stream.pixels.key.settings = settings;
-    stream.pixels.key.hasTold = false;
+    stream.pixels.key.toldFormat = 0;
     stream.pixels.DropDerived();
     for (MixBlock& rect : stream.pixels.rects) (void)UpdateProjection(rect, stream.inputProps, out);
 }

@@ -2,6 +2,7 @@
 
 #include "frames/format_table.h"
 #include "pixels/chroma_key/chroma_key.h"
+#include "pixels/chroma_key/key_plan.h"
 #include "pixels/img_rect.h"
 #include "pixels/primitives/channels.h"
 #include "platform/trace.h"
@@ -44,7 +45,7 @@ HRESULT KeyFrame(StreamKey& key, const VM_VIDEO_PROPS& in, const PIC_PROPS& plan
     const PIC_PROPS& S = in.picProps;
     const std::int32_t rows = AbsHeight(S);
     const std::ptrdiff_t stride = RowWidth(plane);
-    if (key.settings.nSpillMode != eVMSM_None) {
+    if (CanBeKeyed(S.fccType) && RemovesSpill(key.settings)) {
         const HRESULT owned = OwnFrame(key, S, frame);
         if (Failed(owned)) return owned;
     }
@@ -58,8 +59,10 @@ HRESULT KeyFrame(StreamKey& key, const VM_VIDEO_PROPS& in, const PIC_PROPS& plan
     const HRESULT result =
         KeyIntoPlane(const_cast<BYTE*>(*frame), isTurned ? alpha + (rows - 1) * stride : alpha,
                      isTurned ? -stride : stride, desc, settings, &key.working);
-    if (!key.hasTold) Trace("[Alpha Get] no key for format %08x", static_cast<unsigned>(S.fccType));
-    key.hasTold = result == VFW_E_INVALIDSUBTYPE;
+    if (result == VFW_E_INVALIDSUBTYPE && key.toldFormat != S.fccType) {
+        Trace("[Alpha Get] no key for format %08x", static_cast<unsigned>(S.fccType));
+        key.toldFormat = S.fccType;
+    }
     return result;
 }
 
@@ -83,6 +86,7 @@ HRESULT MakeStreamAlpha(StreamPixels& stream, const VM_VIDEO_PROPS& out, const B
     stream.streamAlpha.Clear();
     key.frame.Clear();
     if (!key.IsKeyed() && S.fccType != kFccARGB32) return S_FALSE;
+    if (key.keylessFrame == stream.frameNumber) return S_FALSE;
     HRESULT result = stream.streamAlpha.Resize(FrameBytes(plane));
     if (Failed(result)) return result;
     BYTE* const alpha = stream.streamAlpha.At(0);
@@ -94,6 +98,7 @@ HRESULT MakeStreamAlpha(StreamPixels& stream, const VM_VIDEO_PROPS& out, const B
     if (result >= kImageNotSupported) return result;
     stream.streamAlpha.Clear();
     key.frame.Clear();
+    key.keylessFrame = stream.frameNumber;
     *frame = given;
     return result;
 }

@@ -71,7 +71,9 @@ TEST_F(PropertiesTest, ValuesComeBackUnderAnyCase) {
     EXPECT_EQ(At(u"none", 0), u"-");
     EXPECT_EQ(Get(u"y"), std::nullopt);
     EXPECT_EQ(props.PropsGet(nullptr, nullptr), E_POINTER);
-    EXPECT_EQ(Set(u"a::", u"1"), E_INVALIDARG);
+    for (const auto* name : {u"a::", u"a::::b", u"::a", u"::"})
+        EXPECT_EQ(Set(name, u"1"), E_INVALIDARG);
+    EXPECT_EQ(Get(u""), u"<q-props x='1'/>");
 }
 
 TEST_F(PropertiesTest, AValueThatGetsValuesBelowItBecomesANode) {
@@ -82,6 +84,11 @@ TEST_F(PropertiesTest, AValueThatGetsValuesBelowItBecomesANode) {
     EXPECT_EQ(Set(u"a", u"3"), S_OK);  // now the node's text
     EXPECT_EQ(Get(u"a"), u"3");
     EXPECT_EQ(At(u"", 0), u"a/=3");
+    // However far below.
+    EXPECT_EQ(Set(u"c", u"4"), S_OK);
+    EXPECT_EQ(Set(u"c::d::e", u"5"), S_OK);
+    EXPECT_EQ(Set(u"c", u"6"), S_OK);
+    EXPECT_EQ(Get(u"c"), u"6");
     EXPECT_EQ(Set(u"n::a", u"1"), S_OK);
     EXPECT_EQ(Get(u"n"), u" a='1'");
 }

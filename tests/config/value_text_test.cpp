@@ -41,6 +41,11 @@ TEST(ValueText, DoublesOfAnyForm) {
     EXPECT_EQ(ParseDouble(u"0x"), 0);
     EXPECT_EQ(ParseDouble(u"1e999"), std::numeric_limits<double>::infinity());
     EXPECT_EQ(ParseDouble(u"-1e-999"), 0);
+    const std::u16string zeros(400, u'0');
+    EXPECT_EQ(ParseDouble(u"0." + zeros + u"1"), 0);
+    EXPECT_EQ(ParseDouble(u"1" + zeros + u"e-1"), std::numeric_limits<double>::infinity());
+    EXPECT_EQ(ParseDouble(u"0x0." + zeros + u"1p9"), 0);
+    EXPECT_EQ(ParseDouble(u"1e99999999999999999999"), std::numeric_limits<double>::infinity());
     for (const auto* text : {u"nan", u"inf", u"-infinity", u".", u"e5", u"--1", u""})
         EXPECT_EQ(ParseDouble(text), 0);
 }

@@ -62,13 +62,13 @@ TEST(XmlNode, AttributesKeepTheirOrderAndTheirKind) {
     EXPECT_EQ(node->GetDouble(u"width"), 1.5);
     EXPECT_TRUE(node->SetAttr(u"WIDTH", ObjectVal(std::uint32_t{16})));
     EXPECT_EQ(node->AttrCount(), 2u);
-    EXPECT_EQ(node->AttrNameAt(0), u"Width");
-    EXPECT_EQ(node->AttrValueAt(0), u"0x00000010");
+    EXPECT_EQ(node->AttrAt(0)->name, u"Width");
+    EXPECT_EQ(node->AttrAt(0)->text, u"0x00000010");
     EXPECT_EQ(node->GetInt(u"b"), 8);
-    EXPECT_EQ(node->AttrValueAt(1), u"010");
-    EXPECT_EQ(node->AttrNameAt(2), std::nullopt);
+    EXPECT_EQ(node->AttrAt(1)->text, u"010");
+    EXPECT_FALSE(node->AttrAt(2));
     EXPECT_TRUE(node->RemoveAttr(u"width"));
-    EXPECT_EQ(node->AttrNameAt(0), u"b");
+    EXPECT_EQ(node->AttrAt(0)->name, u"b");
     bool found = true;
     EXPECT_EQ(node->GetString(u"width", u"none", &found), u"none");
     EXPECT_FALSE(found);

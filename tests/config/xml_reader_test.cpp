@@ -155,13 +155,15 @@ TEST(XmlReader, HostileTextsTakeLinearTime) {
 }
 
 TEST(XmlReader, NestingBeyondTheBoundStaysAtTheBound) {
-    const std::u16string text = Repeated(u"<e>", kMostNesting) + u"<x a='1'>in<y/></x>out";
+    const std::u16string text =
+        Repeated(u"<e>", kMostNesting) + u"<x a='1'>in<y/></x><e></e><z/>out";
     const XMLNodePtr root = CreateNode(u"n");
     ASSERT_EQ(Parse(root, text), S_OK);
     XMLNodePtr node = root;
     for (std::size_t depth = 1; depth < kMostNesting; ++depth) node = node->ChildAt(0);
     ASSERT_NE(node, nullptr);
-    EXPECT_EQ(node->ChildCount(), 2u);
+    EXPECT_EQ(node->ChildCount(), 4u);
+    EXPECT_NE(node->Child(u"z"), nullptr);  // behind what closed an element that has no depth
     EXPECT_EQ(node->GetInt(u"x::a"), 1);
     EXPECT_EQ(node->Value(), u"in");
     EXPECT_NE(node->Child(u"y"), nullptr);

@@ -154,7 +154,7 @@ std::uint32_t SpillColour(const ChromaKeySettings& settings) {
     if (settings.keyType == eVMK_HLS) (void)HLSToBGRA(bytes.data(), 4, bytes.data(), 4, {1, 1});
     if (settings.keyType == eVMK_YUV) (void)YUVToRGB(bytes.data(), 4, bytes.data(), 4, {1, 1});
     const std::uint32_t word = bytes[0] | bytes[1] << 8 | bytes[2] << 16;
-    return settings.keyType == eVMK_YUV ? Swapped(word) : word;
+    return settings.keyType == eVMK_RGB ? word : Swapped(word);
 }
 
 bool TakesPart(const ChromaKeyEntry& entry, bool isUv) {

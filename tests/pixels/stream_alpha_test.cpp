@@ -7,10 +7,12 @@
 #include "support/test_picture.h"
 
 #include <qdvideomixer/graph_results.h>
+#include <qdvideomixer/trace.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <string_view>
 #include <vector>
 
 namespace qdvm::test {
@@ -136,6 +138,34 @@ TEST(StreamAlpha, AFrameThatIsRewrittenIsTheStreamsOwn) {
     EXPECT_EQ(fourth, picture.Frame());
 }
 
+// Says so once, and asks once for each frame however many rects draw it.
+TEST(StreamAlpha, TellsOfAFormatThatCantBeKeyedAndOnlyThen) {
+    int told = 0;
+    SetTraceHook(
+        [](void* context, const char* line) {
+            if (std::string_view(line).find("no key") != std::string_view::npos)
+                ++*static_cast<int*>(context);
+        },
+        &told);
+    for (const std::int32_t fccType : {kFccYUY2, kFccI420}) {
+        TestPicture picture({fccType, 16, 8, 0}, 1);
+        StreamPixels stream;
+        SetGreenKey(stream);
+        stream.key.settings.nSpillMode = eVMSM_Matrix;
+        stream.key.settings.keys[0].spillChroma = 100;
+        stream.inputProps = PropsOf(picture.props);
+        for (int frame = 0; frame < 2; ++frame) {
+            stream.DropDerived();
+            const BYTE* drawn = picture.Frame();
+            (void)MakeStreamAlpha(stream, stream.inputProps, &drawn);
+            EXPECT_EQ(MakeStreamAlpha(stream, stream.inputProps, &drawn), S_FALSE);
+            EXPECT_EQ(drawn == picture.Frame(), fccType == kFccI420);
+        }
+        EXPECT_EQ(told, fccType == kFccI420 ? 1 : 0);
+    }
+    SetTraceHook(nullptr, nullptr);
+}
+
 TEST(StreamAlpha, AFormatThatCantBeKeyedIsShownWhole) {
     const std::vector<BYTE> frame(FrameBytes({kFccI420, 16, 8, 0}), 1);
     StreamPixels stream;
@@ -148,6 +178,7 @@ TEST(StreamAlpha, AFormatThatCantBeKeyedIsShownWhole) {
     for (const PIC_PROPS& bad : {PIC_PROPS{kFccRGB32, 0, 8, 0}, PIC_PROPS{kFccRGB32, 8, 0, 0},
                                  PIC_PROPS{kFccRGB32, 8, 8, 4}, PIC_PROPS{kFccRGB32, -8, 8, 0}}) {
         stream.inputProps = PropsOf(bad);
+        stream.DropDerived();
         EXPECT_TRUE(Failed(MakeStreamAlpha(stream, stream.inputProps, &drawn)));
         EXPECT_TRUE(stream.streamAlpha.IsEmpty());
     }

@@ -50,11 +50,8 @@ std::uint32_t SpillColour(std::int32_t keyType, std::uint32_t colour) {
     if (keyType == eVMK_RGB) return colour & 0xffffff;
     const Sample channels[4] = {ByteOf(colour, 0), ByteOf(colour, 1), ByteOf(colour, 2), 0};
     Sample bytes[4] = {};
-    if (keyType == eVMK_HLS) {
-        (void)HLSToBGRA(channels, 4, bytes, 4, {1, 1});
-        return WordOf(bytes);
-    }
-    (void)YUVToRGB(channels, 4, bytes, 4, {1, 1});
+    // Both give blue in the lowest byte, as pixels in memory have it.
+    (void)(keyType == eVMK_HLS ? HLSToBGRA : YUVToRGB)(channels, 4, bytes, 4, {1, 1});
     return SwapOuter(WordOf(bytes));
 }
 
@@ -112,6 +109,14 @@ KeyEllipsoid EllipsoidOf(std::uint32_t colour, std::uint32_t delta, std::int32_t
     const Sample centre[3] = {ByteOf(colour, 0), ByteOf(colour, 1), ByteOf(colour, 2)};
     const Sample axes[3] = {ByteOf(delta, 0), ByteOf(delta, 1), ByteOf(delta, 2)};
     return MakeKeyEllipsoid(centre, axes, softness);
+}
+
+bool RemovesSpill(const ChromaKeySettings& settings) {
+    const std::int32_t entries = std::clamp(settings.nKeys, 0, kMaxChromaKeys);
+    return settings.nSpillMode != eVMSM_None &&
+           std::any_of(settings.keys, settings.keys + entries, [&](const ChromaKeyEntry& entry) {
+               return CountsForSpill(entry, settings.nSpillMode == eVMSM_UV);
+           });
 }
 
 KeyPlan MakeKeyPlan(const ChromaKeySettings& settings, LumaAt luma) {

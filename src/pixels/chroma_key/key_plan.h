@@ -40,6 +40,9 @@ struct KeyPlan {
     std::array<KeySpill, kMaxChromaKeys> spill;
 };
 
+// Whether a key with these settings writes to the frame.
+bool RemovesSpill(const ChromaKeySettings& settings);
+
 // settings.keyType is RGB, HLS or YUV; any bits may stand in the other fields.
 KeyPlan MakeKeyPlan(const ChromaKeySettings& settings, LumaAt luma);
 
