@@ -14,6 +14,9 @@ install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/qdvideomixer"
 install(FILES "${PROJECT_BINARY_DIR}/include/qdvideomixer/version.h"
     DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/qdvideomixer")
 
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/share/qdvideomixer"
+    DESTINATION "${CMAKE_INSTALL_DATADIR}")
+
 install(EXPORT qdvideomixerTargets
     NAMESPACE qdvideomixer:: DESTINATION "${package_dir}")
 configure_package_config_file(

@@ -38,6 +38,8 @@ foreach(room IN LISTS QDVM_ROOMS)
         target_link_libraries(qdvm_${room} PRIVATE qdvm_internal)
         if(room STREQUAL "platform")
             target_link_libraries(qdvm_platform PRIVATE PkgConfig::QDVM_PIXBUF)
+            target_compile_definitions(qdvm_platform PRIVATE
+                QDVM_DATA_DIR="${CMAKE_INSTALL_FULL_DATADIR}/qdvideomixer")
         endif()
         list(APPEND QDVM_ROOM_TARGETS qdvm_${room})
         list(APPEND QDVM_LIBRARY_SOURCES ${sources})
@@ -45,6 +47,9 @@ foreach(room IN LISTS QDVM_ROOMS)
     # What a test of this room links: the room and everything below it.
     set(QDVM_UP_TO_${room} ${QDVM_ROOM_TARGETS})
 endforeach()
+
+# Beside the library in the build tree as where it is installed.
+file(COPY "${PROJECT_SOURCE_DIR}/share/qdvideomixer" DESTINATION "${PROJECT_BINARY_DIR}/share")
 
 add_library(qdvideomixer)
 add_library(qdvideomixer::qdvideomixer ALIAS qdvideomixer)

@@ -10,8 +10,9 @@ namespace qdvm {
 
 // A mixer: a filter with one free input pin and one output pin. Ask for IBaseFilter to put it into
 // a graph, for IQDVideoMixer to drive it, for IQDVideoMixerStatus to see how its streams do, for
-// IQDVideoMixerFrames to change things between two frames, for IQDVideoMixerChromaKey to set keys,
-// for IQProps to keep named values, for IQPersist and IPersistStream to save and load its setup.
+// IQDVideoMixerFrames to change things between two frames, IQDVideoMixerChromaKey to set keys,
+// IQDVideoMixerScene for layouts with names, IQProps to keep named values, IQPersist and
+// IPersistStream to save and load its setup.
 HRESULT CreateQDVideoMixer(REFIID iid, void** object);
 
 // An empty in-process filter graph: IFilterGraph2, IMediaControl and IMediaEventSink. It owns the

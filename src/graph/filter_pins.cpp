@@ -89,9 +89,7 @@ HRESULT CCoQDVideoMixer::CompleteInputConnection(std::uint32_t pinId) {
         snapshot = sceneSnapshot;
     }
     if (snapshot.inputs.empty()) return S_OK;
-    SharedLockGuard pins(pinsLock, Mode::kShared);
-    SharedLockGuard layout(mixLock, Mode::kExclusive);
-    ApplyScene(*this, snapshot, 0, true);
+    RunScene(*this, snapshot, 0, true);
     return S_OK;
 }
 

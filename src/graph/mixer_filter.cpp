@@ -7,6 +7,7 @@
 #include "graph/output_pin.h"
 #include "graph/pin_accessors.h"
 #include "platform/counted_string.h"
+#include "platform/no_throw.h"
 #include "platform/trace.h"
 
 #include <algorithm>
@@ -38,7 +39,8 @@ HRESULT CreateQDVideoMixer(REFIID iid, void** object) {
 }
 
 CCoQDVideoMixer::CCoQDVideoMixer()
-    : requestLock(LockRank::Filter, this),
+    : SceneControl(static_cast<MixerCore&>(*this)),
+      requestLock(LockRank::Filter, this),
       graphLock(LockRank::Leaf, this),
       clockLock(LockRank::Leaf, this),
       snapshotLock(LockRank::Leaf, this) {}
@@ -51,7 +53,7 @@ HRESULT CCoQDVideoMixer::QueryInterface(REFIID iid, void** object) {
 
 void* CCoQDVideoMixer::FindOther(REFIID iid) {
     return FindInterface<IQDVideoMixer, IQDVideoMixerStatus, IQDVideoMixerFrames,
-                         IQDVideoMixerChromaKey, IQProps>(this, iid);
+                         IQDVideoMixerChromaKey, IQDVideoMixerScene, IQProps>(this, iid);
 }
 
 ULONG CCoQDVideoMixer::AddRef() { return references.fetch_add(1, std::memory_order_relaxed) + 1; }
@@ -182,6 +184,15 @@ HRESULT CCoQDVideoMixer::GetSyncSource(IReferenceClock** out) {
 ClockHandle CCoQDVideoMixer::Clock() const {
     ScopedLock guard(clockLock);
     return ClockOf(clock.Get());
+}
+
+bool CCoQDVideoMixer::ApplyDeferredLayout() {
+    bool isApplied = false;
+    (void)NoThrow([&] {
+        isApplied = ApplyDeferredScene();
+        return S_OK;
+    });
+    return isApplied;
 }
 
 HRESULT CCoQDVideoMixer::EnumPins(IEnumPins** pins) {

@@ -7,6 +7,7 @@
 #include "mixer/mixer_core.h"
 #include "platform/object_root.h"
 #include "scenes/scene.h"
+#include "scenes/scene_control.h"
 
 #include <qdvideomixer/create.h>
 #include <qdvideomixer/media_graph.h>
@@ -25,7 +26,10 @@ class CCoQDVideoMixerOut;
 // Calls into other filters and into the graph are made with none of pinsLock and mixLock held, and
 // those that reconnect the output with no lock at all: the graph takes its own lock before any of a
 // filter's.
-class CCoQDVideoMixer final : public ObjectRoot<IBaseFilter>, public MixerCore, public IQPropsImpl {
+class CCoQDVideoMixer final : public ObjectRoot<IBaseFilter>,
+                              public MixerCore,
+                              public IQPropsImpl,
+                              public SceneControl {
 public:
     CCoQDVideoMixer();
     ~CCoQDVideoMixer() override;
@@ -93,6 +97,7 @@ protected:
     void OnLastRelease() override;
 
     ClockHandle Clock() const override;
+    bool ApplyDeferredLayout() override;
 
 private:
     HRESULT ChangeState(PlayState newState, REFERENCE_TIME start);

@@ -204,9 +204,7 @@ HRESULT CCoQDVideoMixer::SetOutputProps(const VM_VIDEO_PROPS* _pProps) {
     if (Failed(result)) return result;
     // The graph reconnects with none of the filter's locks held: it takes its own before them.
     (void)ReconnectOutput(built);
-    SharedLockGuard pins(pinsLock, Mode::kShared);
-    SharedLockGuard layout(mixLock, Mode::kExclusive);
-    ApplyScene(*this, scene, 0, false);
+    RunScene(*this, scene, 0, false);
     return result;
 }
 

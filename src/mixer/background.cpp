@@ -28,16 +28,42 @@ void Fill(BYTE* frame, const PIC_PROPS& outProps, std::int32_t colour, std::int3
     (void)Img_FillRect(frame, &outProps, static_cast<std::uint32_t>(colour), nullptr, opacity);
 }
 
+// Scaled first, in the file's own format, then converted.
+HRESULT Stretch(const LoadedImage& image, const PIC_PROPS& output,
+                CBLOBHolder<CVirtualAlloc>* pixels) {
+    PIC_PROPS scaled = output;
+    scaled.fccType = image.props.fccType;
+    CBLOBHolder<CNewAlloc> temporary;
+    HRESULT result = temporary.Resize(FrameBytes(scaled));
+    if (Failed(result)) return result;
+    result = Img_Resize(image.pixels.At(0), temporary.At(0), &image.props, &scaled, nullptr,
+                        nullptr, kResizeMaskLinear, nullptr);
+    if (result != S_OK) return Failed(result) ? result : E_FAIL;
+    result = pixels->Resize(FrameBytes(output));
+    if (Failed(result)) return result;
+    return ConvertPicture(temporary.At(0), pixels->At(0), scaled, output, false);
+}
+
 }  // namespace
 
-bool Background::Picture::IsFor(const PIC_PROPS& output) const {
+bool BackgroundPicture::IsFor(const PIC_PROPS& output) const {
     return props.fccType == output.fccType && props.nWidth == output.nWidth &&
            props.nHeight == output.nHeight;
 }
 
-bool Background::Picture::Copy(BYTE* frame, const PIC_PROPS& output) const {
+bool BackgroundPicture::Copy(BYTE* frame, const PIC_PROPS& output) const {
     if (pixels.IsEmpty() || !IsFor(output)) return false;
     return Img_CopyRect(pixels.At(0), frame, &props, &output, nullptr, nullptr) == S_OK;
+}
+
+HRESULT BackgroundPicture::Make(const LoadedImage& image, const PIC_PROPS& output) {
+    pixels.Clear();
+    props = output;
+    const HRESULT result = Stretch(image, output, &pixels);
+    if (Succeeded(result)) return result;
+    pixels.Clear();
+    Trace("[Background] no picture in the output's format: %08X", static_cast<unsigned>(result));
+    return result;
 }
 
 void Background::StartFade(eVM_Background newKind, std::int32_t frames) {
@@ -52,48 +78,21 @@ void Background::StartFade(eVM_Background newKind, std::int32_t frames) {
     kind = newKind;
 }
 
-void Background::Set(eVM_Background newKind, std::int32_t newColour, std::int32_t frames) {
-    StartFade(newKind, frames);
-    if (newKind == eVMB_Color) colour = newColour;
-}
-
-void Background::SetImage(LoadedImage image, std::u16string_view name, std::int32_t frames,
-                          const PIC_PROPS* output) {
-    StartFade(eVMB_Image, frames);
-    source = std::move(image);
-    imageName = name;
-    picture.pixels.Clear();
-    picture.props = {};
-    DropPicture();
-    if (output) RefreshBackgroundPicture(*output);
+void Background::Set(BackgroundChange change, std::int32_t frames) {
+    StartFade(change.kind, frames);
+    if (kind == eVMB_Color) colour = change.colour;
+    if (kind != eVMB_Image) return;
+    source = std::move(change.image);
+    imageName = std::move(change.imageName);
+    picture = std::move(change.picture);
+    isPictureStale = picture.pixels.IsEmpty();
 }
 
 void Background::RefreshBackgroundPicture(const PIC_PROPS& output) {
     if (kind != eVMB_Image || source.pixels.IsEmpty()) return;
     if (!isPictureStale.exchange(false) && picture.IsFor(output)) return;
-    picture.pixels.Clear();
-    picture.props = output;
-    const HRESULT result = MakePicture(output);
-    if (Succeeded(result)) return;
-    picture.pixels.Clear();
     // Memory may come back; a format without a conversion stays one.
-    if (result == E_OUTOFMEMORY) DropPicture();
-    Trace("[Background] no picture in the output's format: %08X", static_cast<unsigned>(result));
-}
-
-// Scaled first, in the file's own format, then converted.
-HRESULT Background::MakePicture(const PIC_PROPS& output) {
-    PIC_PROPS scaled = output;
-    scaled.fccType = source.props.fccType;
-    CBLOBHolder<CNewAlloc> temporary;
-    HRESULT result = temporary.Resize(FrameBytes(scaled));
-    if (Failed(result)) return result;
-    result = Img_Resize(source.pixels.At(0), temporary.At(0), &source.props, &scaled, nullptr,
-                        nullptr, kResizeMaskLinear, nullptr);
-    if (result != S_OK) return Failed(result) ? result : E_FAIL;
-    result = picture.pixels.Resize(FrameBytes(output));
-    if (Failed(result)) return result;
-    return ConvertPicture(temporary.At(0), picture.pixels.At(0), scaled, output, false);
+    if (picture.Make(source, output) == E_OUTOFMEMORY) DropPicture();
 }
 
 // The opacity that what comes over it has: kOpaque if nothing of the previous background shows.
@@ -135,34 +134,29 @@ void Background::Pass() {
     if (++fadeDone >= fadeFrames) previousKind = eVMB_None;
 }
 
-HRESULT MixerCore::LoadBackground(eVM_Background kind, BSTR fileName, LoadedImage* image) const {
-    if (kind != eVMB_Image) return S_OK;
-    if (!fileName) return E_INVALIDARG;
-    const bool hasAlpha = outputStage->OutputProps().picProps.fccType == kFccARGB32;
-    return LoadImage(ViewOf(fileName), hasAlpha, image);
+HRESULT MixerCore::LoadBackground(eVM_Background kind, LONG colour, BSTR fileName,
+                                  BackgroundChange* change) const {
+    BackgroundChange loaded;
+    loaded.kind = kind;
+    loaded.colour = colour;
+    if (kind == eVMB_Image) {
+        if (!fileName) return E_INVALIDARG;
+        const PIC_PROPS output = outputStage->OutputProps().picProps;
+        loaded.imageName = ViewOf(fileName);
+        const HRESULT result =
+            LoadImage(loaded.imageName, output.fccType == kFccARGB32, &loaded.image);
+        if (Failed(result)) return result;
+        if (outputStage->IsConnected()) (void)loaded.picture.Make(loaded.image, output);
+    }
+    *change = std::move(loaded);
+    return S_OK;
 }
 
-void MixerCore::SetLoadedBackground(eVM_Background kind, LONG colour, BSTR fileName,
-                                    LoadedImage image, std::int32_t milliseconds) {
+void MixerCore::SetBackgroundLocked(BackgroundChange change, std::int32_t milliseconds) {
     const std::int64_t period = outputStage->OutputTypeFrameTime();
     const std::int32_t frames =
         RectFrames(std::max(milliseconds, 0), period > 0 ? period : kDefaultFrameTime);
-    if (kind != eVMB_Image) {
-        background.Set(kind, colour, frames);
-        return;
-    }
-    const PIC_PROPS output = outputStage->OutputProps().picProps;
-    background.SetImage(std::move(image), ViewOf(fileName), frames,
-                        outputStage->IsConnected() ? &output : nullptr);
-}
-
-HRESULT MixerCore::SetBackgroundLocked(eVM_Background kind, LONG colour, BSTR fileName,
-                                       std::int32_t milliseconds) {
-    LoadedImage image;
-    const HRESULT result = LoadBackground(kind, fileName, &image);
-    if (Failed(result)) return result;
-    SetLoadedBackground(kind, colour, fileName, std::move(image), milliseconds);
-    return S_OK;
+    background.Set(std::move(change), frames);
 }
 
 HRESULT MixerCore::SetBackground(eVM_Background _eBackGround, LONG _nColor, BSTR _bsFileName) {
@@ -172,11 +166,11 @@ HRESULT MixerCore::SetBackground(eVM_Background _eBackGround, LONG _nColor, BSTR
 HRESULT MixerCore::SetBackground2(eVM_Background _eBackGround, LONG _nColor, BSTR _bsFileName,
                                   LONG _nMSecToChange) {
     // With no lock held: the output goes on while a picture is decoded.
-    LoadedImage image;
-    const HRESULT result = LoadBackground(_eBackGround, _bsFileName, &image);
+    BackgroundChange change;
+    const HRESULT result = LoadBackground(_eBackGround, _nColor, _bsFileName, &change);
     if (Failed(result)) return result;
     SharedLockGuard mix(mixLock, SharedLockGuard::Mode::kExclusive);
-    SetLoadedBackground(_eBackGround, _nColor, _bsFileName, std::move(image), _nMSecToChange);
+    SetBackgroundLocked(std::move(change), _nMSecToChange);
     dirty = true;
     return S_OK;
 }

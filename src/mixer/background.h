@@ -12,21 +12,38 @@
 #include <atomic>
 #include <cstdint>
 #include <string>
-#include <string_view>
 
 namespace qdvm {
+
+// A picture in the output's size and format, empty until it is made.
+struct BackgroundPicture {
+    // Stretches an image to the output. Takes no lock. E_OUTOFMEMORY; other failures for formats
+    // without a conversion.
+    HRESULT Make(const LoadedImage& image, const PIC_PROPS& output);
+
+    bool IsFor(const PIC_PROPS& output) const;
+    bool Copy(BYTE* frame, const PIC_PROPS& output) const;
+
+    CBLOBHolder<CVirtualAlloc> pixels;
+    PIC_PROPS props{};  // the output's, even if no picture could be made for it
+};
+
+// A background that only has to be set. The last three are for eVMB_Image.
+struct BackgroundChange {
+    eVM_Background kind = eVMB_Color;
+    std::int32_t colour = 0;  // counts for eVMB_Color
+    std::u16string imageName;
+    LoadedImage image;
+    BackgroundPicture picture;  // empty while the output's format isn't known
+};
 
 // Guarded by the mixer's mixLock: exclusive to set, shared to paint (one thread paints).
 class Background {
 public:
     // Fades over `frames` frames from what is set now, not from what is on screen; 0 frames or less
-    // is at once. Kinds other than the colour leave the colour as it is.
-    void Set(eVM_Background newKind, std::int32_t newColour, std::int32_t frames);
-
-    // The same with a picture and the name it was loaded by. `output` is the picture's size and
-    // format to come, null while the output is not connected.
-    void SetImage(LoadedImage image, std::u16string_view name, std::int32_t frames,
-                  const PIC_PROPS* output);
+    // is at once. Kinds other than the colour leave the colour as it is, kinds other than the image
+    // the image.
+    void Set(BackgroundChange change, std::int32_t frames);
 
     // Paints the whole frame (outProps, FrameBytes of it) and takes the fade one frame on.
     void Paint(BYTE* frame, const PIC_PROPS& outProps);
@@ -45,18 +62,8 @@ public:
     const std::u16string& ImageName() const { return imageName; }
 
 private:
-    // A picture in the output's size and format, empty until it is made.
-    struct Picture {
-        CBLOBHolder<CVirtualAlloc> pixels;
-        PIC_PROPS props{};  // the output's, even if no picture could be made for it
-
-        bool IsFor(const PIC_PROPS& output) const;
-        bool Copy(BYTE* frame, const PIC_PROPS& output) const;
-    };
-
     void StartFade(eVM_Background newKind, std::int32_t frames);
     void RefreshBackgroundPicture(const PIC_PROPS& output);
-    HRESULT MakePicture(const PIC_PROPS& output);
     std::int32_t PaintPrevious(BYTE* frame, const PIC_PROPS& outProps) const;
     void PaintPicture(BYTE* frame, const PIC_PROPS& outProps, std::int32_t opacity) const;
 
@@ -64,12 +71,12 @@ private:
     std::int32_t colour = 0;  // 0xAABBGGRR
     std::u16string imageName;
     LoadedImage source;
-    Picture picture;
+    BackgroundPicture picture;
     std::atomic<bool> isPictureStale{false};
 
     eVM_Background previousKind = eVMB_None;  // eVMB_None when no fade runs
     std::int32_t previousColour = 0;
-    Picture previousPicture;
+    BackgroundPicture previousPicture;
     // Progress is fadeDone / fadeFrames: counted, since a sum of steps can miss 1 by a rounding.
     std::int32_t fadeFrames = 0;
     std::int32_t fadeDone = 0;

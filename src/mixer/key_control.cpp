@@ -12,9 +12,10 @@ namespace {
 
 using Mode = SharedLockGuard::Mode;
 
-// Drops all that was made for the former key, so that a frame that is shown again changes too.
-// Needs mixLock exclusive.
-void ApplyKey(InputStream& stream, const ChromaKeySettings& settings, const VM_VIDEO_PROPS& out) {
+}  // namespace
+
+void MixerCore::SetKeyLocked(InputStream& stream, const ChromaKeySettings& settings) {
+    const VM_VIDEO_PROPS out = outputStage->OutputProps();
     ScopedLock guard(stream.streamLock);
     stream.pixels.key.settings = settings;
     stream.pixels.key.toldFormat = 0;
@@ -22,15 +23,13 @@ void ApplyKey(InputStream& stream, const ChromaKeySettings& settings, const VM_V
     for (MixBlock& rect : stream.pixels.rects) (void)UpdateProjection(rect, stream.inputProps, out);
 }
 
-}  // namespace
-
 HRESULT MixerCore::SetChromaKey(const ChromaKeySettings* _pSettings) {
     if (!_pSettings) return E_POINTER;
     SharedLockGuard pins(pinsLock, Mode::kShared);
     SharedLockGuard mix(mixLock, Mode::kExclusive);
     InputStream* stream = FindStream(chromaKeyStream);
     if (!stream) return E_INVALIDARG;
-    ApplyKey(*stream, *_pSettings, outputStage->OutputProps());
+    SetKeyLocked(*stream, *_pSettings);
     return S_OK;
 }
 
@@ -121,7 +120,7 @@ HRESULT MixerCore::TakeKeySample(IUnknown* _pSample) {
     SharedLockGuard mix(mixLock, Mode::kExclusive);
     InputStream* stream = FindStream(chromaKeyStream);
     if (!stream) return E_INVALIDARG;
-    ApplyKey(*stream, settings, outputStage->OutputProps());
+    SetKeyLocked(*stream, settings);
     ScopedLock guard(stream->streamLock);
     stream->keyLabel = std::move(label);
     return S_OK;

@@ -160,9 +160,9 @@ HRESULT MixerCore::ComposeFrame(BYTE* target, const VM_VIDEO_PROPS& outProps) {
     bool nothingDrawn = true;
     HRESULT result = S_OK;
     for (const std::int32_t number : order) {
-        InputStream& stream = *inputs[static_cast<std::size_t>(number)];
-        if (!stream.IsConnected()) continue;
-        result = MixStream(stream, target, outProps, ground);
+        InputStream* const stream = FindStream(number);
+        if (!stream || !stream->IsConnected()) continue;
+        result = MixStream(*stream, target, outProps, ground);
         if (result != S_FALSE) nothingDrawn = false;
     }
     ground.Paint();

@@ -82,9 +82,17 @@ public:
                           std::int32_t milliseconds);
     // A negative number means all rects, at once.
     HRESULT RemoveRectLocked(InputStream& stream, LONG rectNo, std::int32_t milliseconds);
-    // A picture is decoded inside the call.
-    HRESULT SetBackgroundLocked(eVM_Background kind, LONG colour, BSTR fileName,
-                                std::int32_t milliseconds);
+    void SetBackgroundLocked(BackgroundChange change, std::int32_t milliseconds);
+    // Drops all that was made for the former key, so that a frame that is shown again changes too.
+    void SetKeyLocked(InputStream& stream, const ChromaKeySettings& settings);
+
+    // What SetBackgroundLocked needs. Takes no lock of the order: the output goes on while a
+    // picture is read and brought to the output's size. A failure leaves *change as it was.
+    HRESULT LoadBackground(eVM_Background kind, LONG colour, BSTR fileName,
+                           BackgroundChange* change) const;
+
+    // The stream of a number, null if it is out of range. Needs pinsLock shared.
+    InputStream* FindStream(LONG number) const;
 
     // --- IQDVideoMixer; SetOutputProps is the filter's ---
 
@@ -155,9 +163,11 @@ public:
     mutable SharedLock mixLock{LockRank::Mix, this};
 
     std::vector<Ref<InputStream>> inputs;  // pinsLock; the last one is always unconnected
-    std::vector<std::int32_t> order;       // pinsLock; stream numbers, first drawn first
-    Ref<OutputStage> outputStage;          // pinsLock; lives as long as the filter
-    std::vector<MediaType> outputTypes;    // typesLock: offered besides the current one
+    // Stream numbers, first drawn first. Read with pinsLock and mixLock, shared at the least;
+    // changed with pinsLock exclusive, or with pinsLock shared and mixLock exclusive.
+    std::vector<std::int32_t> order;
+    Ref<OutputStage> outputStage;        // pinsLock; lives as long as the filter
+    std::vector<MediaType> outputTypes;  // typesLock: offered besides the current one
     mutable CriticalSection typesLock{LockRank::Leaf, this};
 
     std::atomic<std::int32_t> masterStream{-1};
@@ -177,6 +187,9 @@ public:
 
 protected:
     ~MixerCore() = default;
+
+    // At a start, before the streams: brings a layout in that has waited for it; whether one did.
+    virtual bool ApplyDeferredLayout() { return false; }
 
     // The graph's reference clock now, empty if there is none. Takes no lock of the order.
     virtual ClockHandle Clock() const = 0;
@@ -239,14 +252,6 @@ private:
     bool HasRect(LONG streamNo, LONG rectNo) const;
     template <class Make>
     HRESULT ChangeMask(LONG streamNo, LONG rectNo, const Make& make);
-
-    // background; to set needs mixLock exclusive, to load no lock
-    HRESULT LoadBackground(eVM_Background kind, BSTR fileName, LoadedImage* image) const;
-    void SetLoadedBackground(eVM_Background kind, LONG colour, BSTR fileName, LoadedImage image,
-                             std::int32_t milliseconds);
-
-    // stream_control: the stream of a number, null if it is out of range. Needs pinsLock shared.
-    InputStream* FindStream(LONG number) const;
 
     std::atomic<PlayState> state{PlayState::kStopped};
     std::atomic<std::int64_t> startTime{0};

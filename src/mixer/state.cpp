@@ -27,8 +27,8 @@ HRESULT MixerCore::StartFromStopped(PlayState newState, std::int64_t startTimeGi
 // Readies every stream, notes what the composition waits for, and shows the first connected stream
 // if nothing else would be shown.
 void MixerCore::ResetStreams() {
+    bool nothingShown = !ApplyDeferredLayout();
     SharedLockGuard pins(pinsLock, SharedLockGuard::Mode::kShared);
-    bool nothingShown = true;
     for (const Ref<InputStream>& stream : inputs) {
         stream->ResetStream();
         if (!stream->IsConnected() || !stream->enabled) continue;

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <utility>
 
 namespace qdvm {
 namespace {
@@ -37,8 +38,9 @@ SceneInput CaptureStream(const InputStream& stream) {
     entry.bEnabled = stream.IsShown();
     entry.bKeepRate = stream.keepRate;
     entry.bIgnoreTime = stream.ignoreTime;
-    entry.inputProps = stream.InputProps();
     ScopedLock guard(stream.streamLock);
+    entry.inputProps = stream.inputProps;
+    entry.chromaKey = stream.pixels.key.settings;
     entry.rects.reserve(stream.pixels.rects.size());
     for (const MixBlock& block : stream.pixels.rects) {
         VM_MIXING_RECT rect{};
@@ -48,10 +50,15 @@ SceneInput CaptureStream(const InputStream& stream) {
     return entry;
 }
 
-// Whether the stream in the order can be worked on at all.
-InputStream* StreamAt(const MixerCore& mixer, std::int32_t number) {
-    const bool isThere = number >= 0 && static_cast<std::size_t>(number) < mixer.inputs.size();
-    return isThere ? mixer.inputs[static_cast<std::size_t>(number)].Get() : nullptr;
+// How many positions of the order there are up to the last connected stream.
+std::size_t ConnectedPositions(const MixerCore& mixer) {
+    std::size_t count = mixer.order.size();
+    while (count > 0) {
+        const InputStream* stream = mixer.FindStream(mixer.order[count - 1]);
+        if (stream && stream->IsConnected()) break;
+        --count;
+    }
+    return count;
 }
 
 // A position that the scene says nothing about stays on, with nothing to show.
@@ -75,6 +82,18 @@ void ApplyEnabled(MixerCore& mixer, InputStream& stream, bool isEnabled) {
     }
 }
 
+// A rect that was on its way out and is shown by the scene stays.
+void KeepRect(InputStream& stream, std::size_t number) {
+    ScopedLock guard(stream.streamLock);
+    if (number < stream.pixels.rects.size()) stream.pixels.rects[number].removing = false;
+}
+
+// A stream that was to be hidden and has nothing to fade out is hidden now.
+void CloseIfEmpty(InputStream& stream) {
+    ScopedLock guard(stream.streamLock);
+    (void)stream.CloseIfFadedOut();
+}
+
 void ApplyRects(MixerCore& mixer, InputStream& stream, const SceneInput& entry,
                 const Scale& outputScale, std::int32_t milliseconds) {
     const std::size_t present = RectCount(stream);
@@ -82,6 +101,7 @@ void ApplyRects(MixerCore& mixer, InputStream& stream, const SceneInput& entry,
     const std::size_t kept = entry.bEnabled ? entry.rects.size() : 0;
     for (std::size_t i = 0; i < kept; ++i) {
         VM_MIXING_RECT rect = entry.rects[i];
+        if (rect.dblAlpha > 0) KeepRect(stream, i);
         rect.rcSource = Scaled(rect.rcSource, inputScale);
         rect.rcTarget = Scaled(rect.rcTarget, outputScale);
         LONG number = static_cast<LONG>(i);
@@ -93,10 +113,12 @@ void ApplyRects(MixerCore& mixer, InputStream& stream, const SceneInput& entry,
 
 void ApplyEntry(MixerCore& mixer, InputStream& stream, const SceneInput& entry,
                 const Scale& outputScale, std::int32_t milliseconds, bool restoreKeepRate) {
+    mixer.SetKeyLocked(stream, entry.chromaKey);
     ApplyEnabled(mixer, stream, entry.bEnabled);
     stream.ignoreTime = entry.bIgnoreTime;
     if (restoreKeepRate) stream.keepRate = entry.bKeepRate;
     ApplyRects(mixer, stream, entry, outputScale, milliseconds);
+    CloseIfEmpty(stream);
 }
 
 }  // namespace
@@ -108,30 +130,52 @@ void CaptureScene(const MixerCore& mixer, Scene* scene) {
     captured.backgroundColor = mixer.background.Colour();
     captured.backgroundImage = mixer.background.ImageName();
     for (const std::int32_t number : mixer.order) {
-        const InputStream* stream = StreamAt(mixer, number);
+        const InputStream* stream = mixer.FindStream(number);
         if (stream && stream->IsConnected()) captured.inputs.push_back(CaptureStream(*stream));
     }
     *scene = std::move(captured);
 }
 
-void ApplyScene(MixerCore& mixer, const Scene& scene, std::int32_t milliseconds,
-                bool restoreKeepRate) {
+std::optional<BackgroundChange> LoadBackgroundOf(const MixerCore& mixer, const Scene& scene) {
+    const CountedString image(scene.backgroundImage);
+    BackgroundChange change;
+    const HRESULT result =
+        mixer.LoadBackground(scene.backgroundKind, scene.backgroundColor, image.Get(), &change);
+    if (Failed(result)) return std::nullopt;
+    return change;
+}
+
+void ApplyStreams(MixerCore& mixer, const Scene& scene, std::int32_t milliseconds,
+                  bool restoreKeepRate) {
     const Scale outputScale =
         ScaleBetween(scene.outputProps.picProps, mixer.outputStage->OutputProps().picProps);
-    const CountedString image(scene.backgroundImage);
-    (void)mixer.SetBackgroundLocked(scene.backgroundKind, scene.backgroundColor,
-                                    scene.backgroundImage.empty() ? nullptr : image.Get(),
-                                    milliseconds);
+    const std::size_t connectedEnd = ConnectedPositions(mixer);
+    std::size_t next = 0;
     for (std::size_t i = 0; i < mixer.order.size(); ++i) {
-        InputStream* const stream = StreamAt(mixer, mixer.order[i]);
-        if (!stream) continue;
-        if (i >= scene.inputs.size()) {
+        InputStream* const stream = mixer.FindStream(mixer.order[i]);
+        if (!stream || (i < connectedEnd && !stream->IsConnected())) continue;
+        if (next >= scene.inputs.size()) {
             EmptyStream(mixer, *stream, milliseconds);
             continue;
         }
         mixer.chromaKeyStream = mixer.order[i];
-        ApplyEntry(mixer, *stream, scene.inputs[i], outputScale, milliseconds, restoreKeepRate);
+        ApplyEntry(mixer, *stream, scene.inputs[next++], outputScale, milliseconds,
+                   restoreKeepRate);
     }
+}
+
+void ApplyScene(MixerCore& mixer, const Scene& scene, std::optional<BackgroundChange> background,
+                std::int32_t milliseconds, bool restoreKeepRate) {
+    if (background) mixer.SetBackgroundLocked(std::move(*background), milliseconds);
+    ApplyStreams(mixer, scene, milliseconds, restoreKeepRate);
+}
+
+void RunScene(MixerCore& mixer, const Scene& scene, std::int32_t milliseconds,
+              bool restoreKeepRate) {
+    std::optional<BackgroundChange> background = LoadBackgroundOf(mixer, scene);
+    SharedLockGuard pins(mixer.pinsLock, SharedLockGuard::Mode::kShared);
+    SharedLockGuard layout(mixer.mixLock, SharedLockGuard::Mode::kExclusive);
+    ApplyScene(mixer, scene, std::move(background), milliseconds, restoreKeepRate);
 }
 
 }  // namespace qdvm

@@ -32,9 +32,7 @@ protected:
         return scene;
     }
     void Apply(const Scene& scene, std::int32_t milliseconds = 0, bool restoreKeepRate = true) {
-        SharedLockGuard pins(core.pinsLock, SharedLockGuard::Mode::kShared);
-        SharedLockGuard layout(core.mixLock, SharedLockGuard::Mode::kExclusive);
-        ApplyScene(core, scene, milliseconds, restoreKeepRate);
+        RunScene(core, scene, milliseconds, restoreKeepRate);
     }
     LONG RectCount(LONG stream) {
         LONG count = -1;

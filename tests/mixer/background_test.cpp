@@ -24,14 +24,24 @@ protected:
         return frame[0];
     }
     void Grey(int level, std::int32_t frames) {
-        background.Set(eVMB_Color, level * 0x010101, frames);
+        BackgroundChange change;
+        change.colour = level * 0x010101;
+        background.Set(std::move(change), frames);
+    }
+    void Kind(eVM_Background kind, std::int32_t frames) {
+        BackgroundChange change;
+        change.kind = kind;
+        background.Set(std::move(change), frames);
     }
     // A picture of one level, in a size of its own.
     void Image(int level, std::int32_t frames, const PIC_PROPS* output = &kPicture) {
-        LoadedImage image;
-        image.props = {kFccARGB32, 3, 5, 3};
-        ASSERT_EQ(image.pixels.Resize(60, true, static_cast<BYTE>(level)), S_OK);
-        background.SetImage(std::move(image), u"grey", frames, output);
+        BackgroundChange change;
+        change.kind = eVMB_Image;
+        change.imageName = u"grey";
+        change.image.props = {kFccARGB32, 3, 5, 3};
+        ASSERT_EQ(change.image.pixels.Resize(60, true, static_cast<BYTE>(level)), S_OK);
+        if (output) (void)change.picture.Make(change.image, *output);
+        background.Set(std::move(change), frames);
     }
 
     Background background;
@@ -65,13 +75,13 @@ TEST_F(BackgroundTest, ANewFadeBeginsAtTheTargetOfTheLast) {
 
 TEST_F(BackgroundTest, ThereIsNoFadeFromNothing) {
     for (const eVM_Background kind : {eVMB_None, eVMB_Stream}) {
-        background.Set(kind, 0, 0);
+        Kind(kind, 0);
         EXPECT_EQ(Paint(), 0x55);
         Grey(200, 10);
         EXPECT_EQ(Paint(), 200);
     }
     // A fade goes on counting under a kind that paints nothing.
-    background.Set(eVMB_Stream, 0, 2);
+    Kind(eVMB_Stream, 2);
     for (int i = 0; i < 3; ++i) EXPECT_EQ(Paint(), 0x55);
     EXPECT_EQ(background.Colour(), 200 * 0x010101);
 }
@@ -93,7 +103,7 @@ TEST_F(BackgroundTest, PicturesFadeFromAndToEverything) {
     EXPECT_EQ(Paint(), 0);
     Image(60, 0);
     EXPECT_EQ(Paint(), 60);
-    background.Set(eVMB_None, 0, 3);
+    Kind(eVMB_None, 3);
     EXPECT_EQ(Paint(), 0x55);
     Image(70, 3);
     EXPECT_EQ(Paint(), 70);
