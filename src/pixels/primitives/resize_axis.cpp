@@ -30,6 +30,23 @@ bool PlaceWindow(LinearColumns* columns, std::int32_t window, std::int32_t sourc
     return true;
 }
 
+std::int32_t RepeatingColumns(const LinearColumns& columns) {
+    constexpr std::int32_t kWeights = 2 * kRepeatColumns;
+    constexpr std::int32_t kPlaces = kRepeatColumns / WindowColumns(4) * kWindowBytes;
+    if (std::find(columns.weights, columns.weights + kWeights, Sample{kLinearOne}) !=
+        columns.weights + kWeights)
+        return 0;
+    std::int32_t repeating = 0;
+    for (; repeating + kRepeatColumns <= columns.count; repeating += kRepeatColumns) {
+        const std::ptrdiff_t group = repeating / kRepeatColumns;
+        if (!std::equal(columns.weights, columns.weights + kWeights,
+                        columns.weights + group * kWeights) ||
+            !std::equal(columns.places, columns.places + kPlaces, columns.places + group * kPlaces))
+            break;
+    }
+    return repeating;
+}
+
 }  // namespace
 
 ResizeAxis::ResizeAxis(std::int32_t sourceCount, std::int32_t targetCount, double factor,
@@ -135,6 +152,7 @@ void FillColumns(const ResizeAxis& axis, std::int32_t start, std::int32_t count,
     const std::int32_t windows = filled / WindowColumns(pixelBytes);
     for (std::int32_t window = 0; window < windows && columns->hasWindows; ++window)
         columns->hasWindows = PlaceWindow(columns, window, axis.Source(), pixelBytes);
+    columns->repeating = columns->hasWindows && pixelBytes == 4 ? RepeatingColumns(*columns) : 0;
 }
 
 void FillColumns(const ResizeAxis& axis, std::int32_t start, std::int32_t count,

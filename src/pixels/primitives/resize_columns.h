@@ -29,6 +29,9 @@ inline constexpr int WindowColumns(int pixelBytes) { return pixelBytes == 1 ? 8 
 // The tables of so many columns go on to the next multiple of 16, repeating the last one.
 inline constexpr std::int32_t FilledColumns(std::int32_t count) { return (count + 15) / 16 * 16; }
 
+// Factors such as 2/3 come back to the same weights after a few columns.
+inline constexpr std::int32_t kRepeatColumns = 4;
+
 struct LinearColumns {
     std::int32_t count;
     std::int32_t first[kStripColumns];              // left one of the two neighbours, in pixels
@@ -38,6 +41,10 @@ struct LinearColumns {
     bool hasWindows;
     std::int32_t windows[kStripColumns / 2];
     alignas(32) Sample places[kStripColumns / 2 * kWindowBytes];
+    // So many of the columns, a multiple of kRepeatColumns, have the weights of the first
+    // kRepeatColumns, all below kLinearOne, and find their neighbours at the same places of their
+    // windows. For pixels of four bytes only, else 0.
+    std::int32_t repeating;
 };
 
 // The cubic kernel: weights of 14 bits. Sums across a row keep 6 bits of fraction.

@@ -89,14 +89,37 @@ inline V PixelWeights4(const Sample* weights) {
     return Shuffle8(FourForEachLane(weights), Load(kPlaces));
 }
 
+// The columns that repeat, with what is the same for all of them at hand.
+inline void LinearAcrossRepeating4(const Sample* src, const LinearColumns& columns,
+                                   std::int16_t* dst) {
+    constexpr std::int32_t kVectors = kRepeatColumns / kPairColumns;
+    const V half = All16(kLinearHalf);
+    V places[kVectors];
+    V weights[kVectors];
+    for (std::int32_t v = 0; v < kVectors; ++v) {
+        places[v] = Load(columns.places + kVectorBytes * v);
+        weights[v] = PixelWeights4(columns.weights + 2 * kPairColumns * v);
+    }
+    for (std::int32_t i = 0; i < columns.repeating; i += kRepeatColumns)
+        for (std::int32_t v = 0; v < kVectors; ++v) {
+            const std::int32_t at = i + kPairColumns * v;
+            const V pairs = Shuffle8(LoadEachLane(src, columns.windows + at / 2), places[v]);
+            Store(dst + 4 * at, Add16(SumProducts8(pairs, weights[v]), half));
+        }
+}
+
 inline void VectorLinearAcross4(const Sample* src, std::ptrdiff_t /*rowBytes*/,
                                 const LinearColumns& columns, std::int16_t* dst) {
     const auto store = [&](std::int32_t i, V pairs) {
         Store(dst + 4 * i, WeighedPairs(pairs, PixelWeights4(columns.weights + 2 * i)));
     };
     if (columns.hasWindows) {
-        for (std::int32_t i = 0; i < columns.count; i += kPairColumns)
-            store(i, PixelPairs(src, columns, i));
+        std::int32_t i = 0;
+        if (columns.repeating > 0) {
+            LinearAcrossRepeating4(src, columns, dst);
+            i = columns.repeating;
+        }
+        for (; i < columns.count; i += kPairColumns) store(i, PixelPairs(src, columns, i));
     } else {
         for (std::int32_t i = 0; i < columns.count; i += kPairColumns)
             store(i, PixelPairs<4>(src, columns.first + i));
