@@ -53,7 +53,8 @@ HRESULT CCoQDVideoMixer::QueryInterface(REFIID iid, void** object) {
 
 void* CCoQDVideoMixer::FindOther(REFIID iid) {
     return FindInterface<IQDVideoMixer, IQDVideoMixerStatus, IQDVideoMixerFrames,
-                         IQDVideoMixerChromaKey, IQDVideoMixerScene, IQProps>(this, iid);
+                         IQDVideoMixerChromaKey, IQDVideoMixerScene, IQProps, IQPersist,
+                         IPersistStream>(this, iid);
 }
 
 ULONG CCoQDVideoMixer::AddRef() { return references.fetch_add(1, std::memory_order_relaxed) + 1; }

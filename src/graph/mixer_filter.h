@@ -3,6 +3,7 @@
 // The filter as the media graph sees it: the mixer with its pins, its states and its place in a
 // graph.
 
+#include "config/persistence.h"
 #include "config/properties.h"
 #include "mixer/mixer_core.h"
 #include "platform/object_root.h"
@@ -17,6 +18,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace qdvm {
 
@@ -29,7 +31,8 @@ class CCoQDVideoMixerOut;
 class CCoQDVideoMixer final : public ObjectRoot<IBaseFilter>,
                               public MixerCore,
                               public IQPropsImpl,
-                              public SceneControl {
+                              public SceneControl,
+                              public IQPersistImpl {
 public:
     CCoQDVideoMixer();
     ~CCoQDVideoMixer() override;
@@ -99,6 +102,11 @@ protected:
     ClockHandle Clock() const override;
     bool ApplyDeferredLayout() override;
 
+    // IQPersistImpl
+    HRESULT SaveConfiguration(const XMLParse::XMLNodePtr& document, std::u16string_view place) override;
+    HRESULT LoadConfiguration(const XMLParse::XMLNodePtr& document, std::u16string_view place) override;
+    std::atomic<bool>& DirtyMark() override { return dirty; }
+
 private:
     HRESULT ChangeState(PlayState newState, REFERENCE_TIME start);
     HRESULT AddInputPin();
@@ -106,6 +114,13 @@ private:
     bool IsOwnThread() const;
     void Dismantle();
     Ref<IFilterGraph> Graph() const;
+
+    // The configuration, in steps.
+    struct PresentSetup;
+    PresentSetup TakeSetup();
+    bool LoadMaster(std::int32_t number, std::int32_t pinsWanted);
+    void LoadPins(std::int32_t wanted, std::u16string_view orderText);
+    void LoadSceneTable(const XMLParse::XMLNodePtr& document, std::u16string_view place);
 
     // The output's format, in steps.
     HRESULT RebuildOutput(MediaType* built);

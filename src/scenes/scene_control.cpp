@@ -1,13 +1,17 @@
 #include "scenes/scene_control.h"
 
+#include "config/xml_writer.h"
 #include "platform/counted_string.h"
+#include "platform/letter_case.h"
 #include "platform/no_throw.h"
 #include "scenes/default_scenes.h"
+#include "scenes/scene_document.h"
 #include "scenes/stream_order.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <utility>
+#include <vector>
 
 namespace qdvm {
 namespace {
@@ -149,13 +153,45 @@ HRESULT SceneControl::GetStreamByOrder(LONG _nOrder, LONG* _pnStream) {
 
 HRESULT SceneControl::MakeTransition(LONG, LONG, BSTR, BOOL, BOOL, LONG) { return E_NOTIMPL; }
 
-HRESULT SceneControl::SaveScenes(BSTR, BSTR* _pbsXMLDesc) {
+HRESULT SceneControl::SaveScenes(BSTR _bsSceneName, BSTR* _pbsXMLDesc) {
     if (!_pbsXMLDesc) return E_POINTER;
     *_pbsXMLDesc = nullptr;
-    return E_NOTIMPL;
+    const std::u16string_view name = ViewOf(_bsSceneName);
+    return NoThrow([&] {
+        SceneTable present;
+        {
+            ScopedLock guard(sceneLock);
+            present = scenes;
+        }
+        const SceneDocument document;
+        for (const SceneTable::Entry& entry : present.Entries()) {
+            const bool isAsked =
+                name.empty() ? !entry.scene->bInternal : EqualsIgnoringCase(entry.name, name);
+            if (isAsked) AddSceneElement(document.scenes, entry.name, *entry.scene);
+        }
+        return CopyOut(XMLParse::ToText(document.root), _pbsXMLDesc);
+    });
 }
 
-HRESULT SceneControl::LoadScenes(BSTR, LONG) { return E_NOTIMPL; }
+HRESULT SceneControl::LoadScenes(BSTR _bsXMLDescOrFile, LONG _nRemoveOld) {
+    if (!_bsXMLDescOrFile) return E_INVALIDARG;
+    return NoThrow([&] {
+        std::vector<NamedScene> loaded;
+        const HRESULT result = ReadSceneDocument(ViewOf(_bsXMLDescOrFile), &loaded);
+        if (Failed(result)) return result;
+        ScopedLock guard(sceneLock);
+        SceneTable table = scenes;
+        if (_nRemoveOld != 0) table.RemoveAll();
+        if (_nRemoveOld != 0 && _nRemoveOld < 2) BuildDefaultScenes(table);
+        for (NamedScene& entry : loaded) {
+            if (_nRemoveOld >= 0) (void)table.Remove(entry.name);
+            (void)table.Add(entry.name, std::move(entry.scene));
+        }
+        std::swap(scenes, table);
+        mixer.dirty = true;
+        return S_OK;
+    });
+}
 
 void SceneControl::RestoreLayout(Scene scene) {
     RunScene(mixer, scene, 0, true);

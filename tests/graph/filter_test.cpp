@@ -5,10 +5,13 @@
 #include "support/graph_fakes.h"
 #include "support/manual_clock.h"
 
+#include <qdvideomixer/byte_stream.h>
 #include <qdvideomixer/chroma_key.h>
 #include <qdvideomixer/create.h>
 #include <qdvideomixer/frame_listener.h>
+#include <qdvideomixer/persist.h>
 #include <qdvideomixer/props.h>
+#include <qdvideomixer/scene.h>
 #include <qdvideomixer/stream_status.h>
 
 #include <gtest/gtest.h>
@@ -45,9 +48,10 @@ protected:
 TEST_F(FilterTest, OffersItsInterfacesOnOneObject) {
     Ref<IUnknown> first;
     EXPECT_EQ(mixer.filter->QueryInterface(IID_IUnknown, first.PutVoid()), S_OK);
-    for (const IID& iid : {IID_IPersist, IID_IMediaFilter, IID_IBaseFilter, IID_IQDVideoMixer,
-                           IID_IQDVideoMixerStatus, IID_IQDVideoMixerFrames,
-                           IID_IQDVideoMixerChromaKey, IID_IQProps}) {
+    for (const IID& iid :
+         {IID_IPersist, IID_IMediaFilter, IID_IBaseFilter, IID_IQDVideoMixer,
+          IID_IQDVideoMixerStatus, IID_IQDVideoMixerFrames, IID_IQDVideoMixerChromaKey, IID_IQProps,
+          IID_IQPersist, IID_IPersistStream}) {
         Ref<IUnknown> asked;
         Ref<IUnknown> root;
         ASSERT_EQ(mixer.filter->QueryInterface(iid, asked.PutVoid()), S_OK);
