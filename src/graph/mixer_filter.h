@@ -103,8 +103,10 @@ protected:
     bool ApplyDeferredLayout() override;
 
     // IQPersistImpl
-    HRESULT SaveConfiguration(const XMLParse::XMLNodePtr& document, std::u16string_view place) override;
-    HRESULT LoadConfiguration(const XMLParse::XMLNodePtr& document, std::u16string_view place) override;
+    HRESULT SaveConfiguration(const XMLParse::XMLNodePtr& document,
+                              std::u16string_view place) override;
+    HRESULT LoadConfiguration(const XMLParse::XMLNodePtr& document,
+                              std::u16string_view place) override;
     std::atomic<bool>& DirtyMark() override { return dirty; }
 
 private:
