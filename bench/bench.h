@@ -94,6 +94,7 @@ void ReportBlends();
 void ReportChromaKey();
 void ReportConversions();  // with libyuv and libswscale
 void ReportScaling();      // with libyuv and OpenCV
+void ReportScenes();
 void ReportXml();          // with pugixml
 
 }  // namespace qdvm::bench

@@ -22,6 +22,7 @@ constexpr Report kReports[] = {
     {"chroma-key", qdvm::bench::ReportChromaKey},
     {"layouts", qdvm::bench::ReportLayouts},
     {"blends", qdvm::bench::ReportBlends},
+    {"scenes", qdvm::bench::ReportScenes},
 #ifdef QDVM_BENCH_KERNEL_PEERS
     {"conversions", qdvm::bench::ReportConversions},
     {"scaling", qdvm::bench::ReportScaling},

@@ -3,6 +3,7 @@
 // A mixer with still pictures at its inputs and a counter at its output.
 
 #include "bench.h"
+#include "scenes/scene_control.h"
 #include "support/graph_fakes.h"
 
 #include <cstdint>
@@ -21,6 +22,10 @@ public:
     // Whether the picture of every stream is seen in the output, so that no time is measured for
     // what isn't done.
     bool ShowsAll();
+
+    IQDVideoMixer& Control() const { return *mixer.control; }
+    Ref<IQDVideoMixerScene> Scenes() const { return mixer.filter.As<IQDVideoMixerScene>(); }
+    test::FakeSink& Sink() const { return *sink; }
 
 private:
     void AddStream(const Shown& shown);

@@ -82,6 +82,11 @@ HRESULT CCoQDVideoMixer::CompleteInputConnection(std::uint32_t pinId) {
     const auto lostShow = static_cast<eVM_LostShow>(stream->lostShow.load());
     (void)stream->MarkStreamLost(false, -1, &lostShow);
     (void)BuildOutputFormat(false);
+    {
+        SharedLockGuard pins(pinsLock, Mode::kShared);
+        SharedLockGuard layout(mixLock, Mode::kExclusive);
+        FillEmptyRectsLocked(*stream);
+    }
 
     Scene snapshot;
     {

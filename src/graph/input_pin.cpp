@@ -24,8 +24,8 @@ std::u16string InputName(std::uint32_t number) {
 
 CCoQDVideoMixerIn::CCoQDVideoMixerIn(CCoQDVideoMixer& owner, std::uint32_t number)
     : Root(owner, number, PINDIR_INPUT, InputName(number)),
-      receiveLock(LockRank::Receive, &owner),
-      seekLock(LockRank::Leaf, &owner) {}
+      receiveLock(LockRank::Receive, owner.LockOwner()),
+      seekLock(LockRank::Leaf, owner.LockOwner()) {}
 
 CCoQDVideoMixerIn::~CCoQDVideoMixerIn() { FinishSeek(); }
 

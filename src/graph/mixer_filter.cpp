@@ -40,10 +40,10 @@ HRESULT CreateQDVideoMixer(REFIID iid, void** object) {
 
 CCoQDVideoMixer::CCoQDVideoMixer()
     : SceneControl(static_cast<MixerCore&>(*this)),
-      requestLock(LockRank::Filter, this),
-      graphLock(LockRank::Leaf, this),
-      clockLock(LockRank::Leaf, this),
-      snapshotLock(LockRank::Leaf, this) {}
+      requestLock(LockRank::Filter, LockOwner()),
+      graphLock(LockRank::Leaf, LockOwner()),
+      clockLock(LockRank::Leaf, LockOwner()),
+      snapshotLock(LockRank::Leaf, LockOwner()) {}
 
 CCoQDVideoMixer::~CCoQDVideoMixer() = default;
 

@@ -21,7 +21,7 @@ constexpr int kMostTypes = 4096;
 
 CCoQDVideoMixerOut::CCoQDVideoMixerOut(CCoQDVideoMixer& owner)
     : Root(owner, kOutputPinId, PINDIR_OUTPUT, u"Mixed Out"),
-      connectionLock(LockRank::Leaf, &owner) {}
+      connectionLock(LockRank::Leaf, owner.LockOwner()) {}
 
 HRESULT CCoQDVideoMixerOut::QueryInterface(REFIID iid, void** object) {
     return Root::QueryInterface(iid, object);

@@ -13,8 +13,9 @@ CPin::CPin(CCoQDVideoMixer& owner, std::uint32_t id, PIN_DIRECTION pinDirection,
     : pinId(id),
       direction(pinDirection),
       pinName(std::move(name)),
-      pinLock(pinDirection == PINDIR_INPUT ? LockRank::InputPin : LockRank::OutputPin, &owner),
-      linkLock(LockRank::Leaf, &owner),
+      pinLock(pinDirection == PINDIR_INPUT ? LockRank::InputPin : LockRank::OutputPin,
+              owner.LockOwner()),
+      linkLock(LockRank::Leaf, owner.LockOwner()),
       filter(&owner) {}
 
 Ref<IPin> CPin::Peer() const {

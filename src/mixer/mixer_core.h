@@ -45,6 +45,9 @@ public:
     MixerCore(const MixerCore&) = delete;
     MixerCore& operator=(const MixerCore&) = delete;
 
+    // By which the check of the lock order knows the locks of one mixer and its pins.
+    const void* LockOwner() const { return this; }
+
     // --- frames (upstream threads) ---
 
     // Entry from input pin `pinId`: places the frame on the output grid and hands it on. Holds
@@ -82,6 +85,9 @@ public:
                           std::int32_t milliseconds);
     // A negative number means all rects, at once.
     HRESULT RemoveRectLocked(InputStream& stream, LONG rectNo, std::int32_t milliseconds);
+    // For a stream that has got its format: rects that were set before it had one, and mean the
+    // whole picture, show it.
+    void FillEmptyRectsLocked(InputStream& stream);
     void SetBackgroundLocked(BackgroundChange change, std::int32_t milliseconds);
     // Drops all that was made for the former key, so that a frame that is shown again changes too.
     void SetKeyLocked(InputStream& stream, const ChromaKeySettings& settings);

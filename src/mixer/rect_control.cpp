@@ -107,6 +107,25 @@ HRESULT MixerCore::RemoveRectLocked(InputStream& stream, LONG rectNo, std::int32
     return S_OK;
 }
 
+void MixerCore::FillEmptyRectsLocked(InputStream& stream) {
+    const VM_VIDEO_PROPS out = outputStage->OutputProps();
+    ScopedLock guard(stream.streamLock);
+    const PIC_PROPS& picture = stream.inputProps.picProps;
+    const auto fill = [&](MixBlockState& values) {
+        if (values[kSourceRight] > values[kSourceLeft] &&
+            values[kSourceBottom] > values[kSourceTop])
+            return;
+        values[kSourceLeft] = values[kSourceTop] = 0;
+        values[kSourceRight] = EvenDown(picture.nWidth);
+        values[kSourceBottom] = EvenDown(AbsHeight(picture));
+    };
+    for (MixBlock& rect : stream.pixels.rects) {
+        fill(rect.current);
+        if (!rect.target.IsZero()) fill(rect.target);
+        rect.firstShow = !UpdateProjection(rect, stream.inputProps, out) && rect.firstShow;
+    }
+}
+
 void MixerCore::ReadRect(const MixBlock& block, VM_MIXING_RECT* rect) {
     const MixBlockState& state = block.target.IsZero() ? block.current : block.target;
     const auto edge = [&](RectValue value) { return RoundToInt32(state[value]); };

@@ -21,7 +21,7 @@ using Mode = SharedLockGuard::Mode;
 }  // namespace
 
 SceneControl::SceneControl(MixerCore& controlled)
-    : sceneLock(LockRank::Leaf, &controlled), mixer(controlled) {
+    : sceneLock(LockRank::Leaf, controlled.LockOwner()), mixer(controlled) {
     BuildDefaultScenes(scenes);
 }
 

@@ -2,6 +2,7 @@
 
 #include "frames/format_table.h"
 #include "graph/mixer_filter.h"
+#include "platform/counted_string.h"
 #include "scenes/scene.h"
 #include "support/graph_fakes.h"
 
@@ -135,6 +136,38 @@ TEST_F(LayoutTest, ATimedSceneFadesAndCountsAtOnce) {
     const Scene changing = Capture();
     EXPECT_FALSE(changing.inputs[0].bEnabled);
     EXPECT_EQ(changing.inputs[1].rects[0].rcTarget.left, 0);
+}
+
+TEST_F(LayoutTest, AStreamThatIsConnectedLaterStandsInItsPlaceOfTheScene) {
+    const Ref<IQDVideoMixerScene> scenes = mixer.filter.As<IQDVideoMixerScene>();
+    ASSERT_TRUE(scenes);
+    ASSERT_EQ(scenes->SelectScene2(CountedString(u"PIP").Get(), 0), S_OK);
+    EXPECT_EQ(RectCount(2), 1);
+    const Ref<FakeSource> third = MakeObject<FakeSource>(VideoType(kFccRGB32, 48, 32));
+    ASSERT_EQ(third->ConnectTo(mixer.In(2).Get()), S_OK);
+    EXPECT_TRUE(IsEnabled(2));
+    EXPECT_EQ(RectOf(2, 0).rcSource.right, 48);
+    EXPECT_EQ(RectOf(2, 0).rcTarget.left, 38);  // 600 of 1000
+    ASSERT_EQ(third->Disconnect(), S_OK);
+}
+
+TEST_F(LayoutTest, ARestoredLayoutWaitsForTheStart) {
+    ASSERT_EQ(mixer.Show(1, 32, 16, 32, 16), S_OK);
+    ASSERT_EQ(core.EnableStream(1, 1), S_OK);
+    ASSERT_EQ(core.EnableStream(0, 0), S_OK);
+    const Scene scene = Capture();
+    ASSERT_EQ(core.RemoveAllRects(-1), S_OK);
+    core.RestoreLayout(scene);
+    ASSERT_EQ(core.RemoveAllRects(-1), S_OK);
+    const Ref<FakeSink> sink = MakeObject<FakeSink>();
+    ASSERT_EQ(mixer.Out()->Connect(sink.Get(), nullptr), S_OK);
+    ASSERT_EQ(mixer.filter->Pause(), S_OK);
+    // Nothing else is switched on: the layout has told what is shown.
+    EXPECT_FALSE(IsEnabled(0));
+    EXPECT_EQ(RectCount(0), 0);
+    EXPECT_EQ(RectOf(1, 0).rcTarget.left, 32);
+    ASSERT_EQ(mixer.filter->Stop(), S_OK);
+    (void)mixer.Out()->Disconnect();
 }
 
 TEST_F(LayoutTest, AnUnconnectedStreamLeavesNoEntry) {

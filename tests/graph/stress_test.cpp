@@ -3,8 +3,10 @@
 // sanitizers too.
 
 #include "frames/format_table.h"
+#include "platform/counted_string.h"
 #include "platform/settings_store.h"
 #include "platform/thread.h"
+#include "scenes/scene_control.h"
 #include "support/graph_fakes.h"
 
 #include <qdvideomixer/create.h>
@@ -235,6 +237,44 @@ void ChangeLayout(IQDVideoMixer& control, unsigned seed, const std::atomic<bool>
     }
 }
 
+// What an operator does: scenes come and go, and streams change their places.
+void ChangeScenes(IQDVideoMixerScene& scenes, unsigned seed, const std::atomic<bool>& isOver) {
+    static constexpr std::array<const char16_t*, 5> kNames = {u"mine", u"yours", u"QUAD",
+                                                              u"3D SIDE", u"PIP"};
+    Dice dice(seed);
+    while (!isOver) {
+        const CountedString name(kNames[static_cast<std::size_t>(dice.Roll(5))]);
+        const LONG stream = dice.Roll(static_cast<int>(kStreams) + 1);
+        LONG number = 0;
+        CountedString text;
+        switch (dice.Roll(8)) {
+            case 0:
+                (void)scenes.AddCurrentScene(name.Get(), name.Get());
+                break;
+            case 1:
+                (void)scenes.UpdateScene(name.Get());
+                break;
+            case 2:
+                (void)scenes.RemoveScene(CountedString(u"mine").Get());
+                break;
+            case 3:
+                (void)scenes.SetStreamOrder2(stream, dice.Roll(10) - 1, dice.Roll(2), dice.Roll(2),
+                                             dice.Roll(10));
+                break;
+            case 4:
+                (void)scenes.GetStreamOrder(stream, &number);
+                (void)scenes.GetStreamByOrder(stream, &number);
+                break;
+            case 5:
+                (void)scenes.GetSceneInfo(dice.Roll(11), text.Put(), nullptr);
+                break;
+            default:
+                (void)scenes.SelectScene2(name.Get(), dice.OneIn(2) ? 0 : dice.Roll(20));
+        }
+        std::this_thread::yield();
+    }
+}
+
 // What the graph does: states, and formats while stopped. Inputs that leave at the same moment
 // reconnect the output at the same moment, which may end without a connection; it is made again.
 void ChangeState(MixerUnderTest& mixer, FakeSink& sink, unsigned seed,
@@ -304,15 +344,22 @@ TEST(Stress, StreamsAndControlsAtOnce) {
     std::atomic<bool> isOver{false};
     Thread layout;
     Thread states;
+    Thread operators;
+    const Ref<IQDVideoMixerScene> scenes = mixer.filter.As<IQDVideoMixerScene>();
+    ASSERT_TRUE(scenes);
     ASSERT_EQ(layout.Start("layout", ThreadPriority::Normal,
                            [&] { ChangeLayout(*mixer.control, seed + 100, isOver); }),
               S_OK);
     ASSERT_EQ(states.Start("states", ThreadPriority::Normal,
                            [&] { ChangeState(mixer, *sink, seed + 101, isOver); }),
               S_OK);
+    ASSERT_EQ(operators.Start("operators", ThreadPriority::Normal,
+                              [&] { ChangeScenes(*scenes, seed + 102, isOver); }),
+              S_OK);
     for (Thread& sender : senders) sender.Join();
     isOver = true;
     layout.Join();
+    operators.Join();
     states.Join();
 
     unsigned sent = 0;

@@ -149,9 +149,18 @@ TEST_F(RectTest, DrawsByTheOrderThatIsSet) {
     source.SendMany(200, 0);
     mix.Play();
     EXPECT_EQ(mix.PullMany(3).back().At(0, 0), 2);
+    const auto numbers = [&] {
+        int first = -1;
+        int second = -1;
+        g_object_get(source.Pad(), "stream-number", &first, nullptr);
+        g_object_get(above.Pad(), "stream-number", &second, nullptr);
+        return std::pair(first, second);
+    };
+    const std::pair before = numbers();
     above.Set("zorder", 6);
     const std::vector<Frame> frames = mix.PullMany(60);
     ExpectContinuous(frames);
+    EXPECT_EQ(numbers(), before);  // the filter goes on as it is
     EXPECT_EQ(frames.back().At(0, 0), 50 + 62);
     EXPECT_EQ(frames.back().At(8, 8), 62);
 }

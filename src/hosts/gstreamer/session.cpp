@@ -26,7 +26,9 @@ Session::Session(GstElement* ownElement, GstPad* sourcePad)
         (void)status.Detach();
     if (Failed(filter->QueryInterface(IID_IQDVideoMixerChromaKey, keys.PutVoid())))
         (void)keys.Detach();
-    if (!mixer || !status || !keys) filter.Reset();
+    if (Failed(filter->QueryInterface(IID_IQDVideoMixerScene, scenes.PutVoid())))
+        (void)scenes.Detach();
+    if (!mixer || !status || !keys || !scenes) filter.Reset();
     if (!filter) return;
     (void)filter->SetSyncSource(clock.Get());
     Ref<IQDVideoMixerFrames> frames;

@@ -14,6 +14,7 @@
 
 #include <qdvideomixer/chroma_key.h>
 #include <qdvideomixer/media_graph.h>
+#include <qdvideomixer/scene.h>
 #include <qdvideomixer/stream_status.h>
 #include <qdvideomixer/video_mixer.h>
 
@@ -206,6 +207,7 @@ private:
     bool ApplyRect(PadStream& stream, std::size_t place, std::uint64_t frame);
     void ApplyMask(const PadStream& stream, int number, LONG rectNumber, const std::string& mask);
     void ApplyAllRects(PadStream& stream);
+    void ApplyOrder();
     void DropRemovedRects(PadStream& stream);
     std::size_t CountRects(const PadStream& stream) const;
     void FollowSize(PadStream& stream, std::uint64_t frame);
@@ -229,7 +231,6 @@ private:
     // session_settings.cpp
     void ApplyBackground(guint changeTimeMs);
     void ApplyStreamPolicy(int number, const PadSettings& settings);
-    bool DrawingOrderChanges() const;
     VM_STREAM_STATUS StatusOf(int number) const;
     PadHealth MeasureHealth(const PadStream& stream) const;
     PadCounts MeasureCounts(const PadStream& stream) const;
@@ -262,6 +263,7 @@ private:
     Ref<IQDVideoMixer> mixer;
     Ref<IQDVideoMixerStatus> status;
     Ref<IQDVideoMixerChromaKey> keys;
+    Ref<IQDVideoMixerScene> scenes;
     Ref<DownstreamPin> outputPin;
 
     // Layout operations, and changes of the list of streams, one at a time; taken before the mutex.
@@ -285,6 +287,7 @@ private:
     GstClockTime upstreamLatency = 0;
     bool anyChange = false;  // something waits for the next frame
     Change backgroundChange;
+    Change orderChange;
     std::uint64_t lastChange = 0;
     std::uint64_t lastDue = 0;     // a user's changes after this one aren't for the present frame
     std::uint64_t lastBefore = 0;  // the last change before those that are being gathered

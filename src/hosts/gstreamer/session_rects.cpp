@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <utility>
+#include <vector>
 
 namespace qdvm {
 namespace {
@@ -125,14 +126,18 @@ bool Session::IsDue(const Change& change) {
 // Needs layoutMutex.
 void Session::ApplyChanges(std::uint64_t frame) {
     bool setsBackground = false;
+    bool setsOrder = false;
     guint timeMs = 0;
     {
         const Lock lock(mutex);
         setsBackground = IsDue(backgroundChange);
         timeMs = backgroundChange.timeMs;
         if (setsBackground) backgroundChange = {};
+        setsOrder = IsDue(orderChange);
+        if (setsOrder) orderChange = {};
     }
     if (setsBackground) ApplyBackground(timeMs);
+    if (setsOrder) ApplyOrder();
     // Pads come and go under layoutMutex only.
     for (const auto& stream : streams) {
         DropRemovedRects(*stream);
@@ -235,6 +240,22 @@ void Session::ApplyAllRects(PadStream& stream) {
     }
     ApplyRects(stream, 0);
     ApplyKey(stream);
+}
+
+// Streams are brought to their positions from the bottom up, so that none moves one that stands
+// already. Needs layoutMutex.
+void Session::ApplyOrder() {
+    std::vector<const PadStream*> drawn;
+    {
+        const Lock lock(mutex);
+        for (const auto& stream : streams)
+            if (stream->streamNumber >= 0) drawn.push_back(stream.get());
+        std::ranges::sort(drawn,
+                          [](const PadStream* a, const PadStream* b) { return IsAbove(*b, *a); });
+    }
+    LONG position = 0;
+    for (const PadStream* stream : drawn)
+        (void)scenes->SetStreamOrder(stream->streamNumber, position++, 0, 0);
 }
 
 // The stream's format changes with this output frame. Needs the mutex.

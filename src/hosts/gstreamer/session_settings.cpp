@@ -55,16 +55,6 @@ void Session::SetSettings(const ElementSettings& newSettings) {
     changed.notify_all();
 }
 
-// Whether the streams' numbers in the mixer are no longer in the order in which pads are to be
-// drawn. Needs the mutex.
-bool Session::DrawingOrderChanges() const {
-    for (const auto& a : streams)
-        for (const auto& b : streams)
-            if (a->streamNumber >= 0 && a->streamNumber < b->streamNumber && IsAbove(*a, *b))
-                return true;
-    return false;
-}
-
 void Session::SetPadSettings(PadStream& stream, const PadSettings& newSettings) {
     PadSettings before;
     int number = -1;
@@ -80,8 +70,7 @@ void Session::SetPadSettings(PadStream& stream, const PadSettings& newSettings) 
             stream.hasReadBorder = false;
         }
         if (isNewKey || before.key != newSettings.key) Mark(stream.keyChange);
-        if (before.zOrder != newSettings.zOrder && mode == Mode::kRunning && DrawingOrderChanges())
-            wantsRestart = true;
+        if (before.zOrder != newSettings.zOrder) Mark(orderChange);
         changed.notify_all();
     }
     const auto policy = [](const PadSettings& pad) {

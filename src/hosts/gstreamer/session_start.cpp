@@ -153,13 +153,12 @@ bool Session::IsAbove(const PadStream& first, const PadStream& second) {
            std::pair(second.settings.zOrder, second.number);
 }
 
-// Streams keep their numbers as long as the order allows it and no new one has to step into a gap.
+// Streams keep their numbers unless a new one has to step into a gap.
 void Session::NumberMembers(std::vector<Member>& members) {
     const bool anyNew =
         std::ranges::any_of(members, [](const Member& m) { return m.oldNumber < 0; });
-    const bool keepNumbers = !anyNew && std::ranges::is_sorted(members, {}, &Member::oldNumber);
     for (std::size_t i = 0; i < members.size(); ++i)
-        members[i].newNumber = keepNumbers ? members[i].oldNumber : static_cast<int>(i);
+        members[i].newNumber = anyNew ? static_cast<int>(i) : members[i].oldNumber;
 }
 
 void Session::DisconnectMoved(std::vector<Member>& members) {
@@ -418,6 +417,7 @@ bool Session::StartFilter() {
         startDeadline.reset();
         // With the first frame, when the output's format is settled.
         backgroundChange = {.kind = Change::Kind::kMoved};
+        orderChange = {.kind = Change::Kind::kMoved};
         anyChange = true;
     }
     PushHead();
