@@ -28,6 +28,10 @@ inline double CpuSeconds() {
 // Every byte of the still pictures: opaque where there is alpha.
 inline constexpr int kPictureByte = 255;
 
+// Each still picture lies in memory so many times, and its copies take turns, for us and for the
+// peers: no stream has each of its frames in the same place.
+inline constexpr int kCopies = 2;
+
 struct Spent {
     double wall = 0;  // seconds
     double cpu = 0;

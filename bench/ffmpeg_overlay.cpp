@@ -115,8 +115,11 @@ public:
         for (std::size_t i = 0; i < layout.streams.size(); ++i) {
             const std::string name = "buffer@in" + std::to_string(i);
             sources.push_back(avfilter_graph_get_filter(graph.get(), name.c_str()));
-            pictures.push_back(Picture(layout.streams[i], av_get_pix_fmt(format)));
-            if (!sources.back() || !pictures.back()) return false;
+            for (int copy = 0; copy < kCopies; ++copy) {
+                pictures.push_back(Picture(layout.streams[i], av_get_pix_fmt(format)));
+                if (!pictures.back()) return false;
+            }
+            if (!sources.back()) return false;
         }
         return sink != nullptr;
     }
@@ -140,9 +143,10 @@ public:
 private:
     bool SendPictures() {
         for (std::size_t i = 0; i < sources.size(); ++i) {
-            pictures[i]->pts = sent;
-            if (av_buffersrc_add_frame_flags(sources[i], pictures[i].get(),
-                                             AV_BUFFERSRC_FLAG_KEEP_REF) < 0)
+            AVFrame* const picture =
+                pictures[i * kCopies + static_cast<std::size_t>(sent % kCopies)].get();
+            picture->pts = sent;
+            if (av_buffersrc_add_frame_flags(sources[i], picture, AV_BUFFERSRC_FLAG_KEEP_REF) < 0)
                 return false;
         }
         ++sent;
@@ -152,7 +156,7 @@ private:
     Graph graph;
     AVFilterContext* sink = nullptr;
     std::vector<AVFilterContext*> sources;
-    std::vector<Frame> pictures;
+    std::vector<Frame> pictures;  // kCopies for each stream
     std::int64_t sent = 0;
 };
 

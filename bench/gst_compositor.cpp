@@ -14,9 +14,10 @@ namespace {
 
 constexpr int kWarmUpFrames = 10;
 
-// A source's still picture and the time of its next frame.
+// A source's still picture, twice for taking turns, and the time of its next frame.
 struct Still {
-    GstBuffer* picture = nullptr;
+    GstBuffer* pictures[kCopies] = {};
+    int sent = 0;
     GstClockTime time = 0;
 };
 
@@ -24,7 +25,7 @@ struct Still {
 GstPadProbeReturn ShowStill(GstPad* /*pad*/, GstPadProbeInfo* info, gpointer data) {
     auto& still = *static_cast<Still*>(data);
     gst_buffer_unref(GST_PAD_PROBE_INFO_BUFFER(info));
-    GstBuffer* const buffer = gst_buffer_copy(still.picture);
+    GstBuffer* const buffer = gst_buffer_copy(still.pictures[still.sent++ % kCopies]);
     GST_BUFFER_PTS(buffer) = still.time;
     GST_BUFFER_DURATION(buffer) = GST_SECOND / 25;
     still.time += GST_SECOND / 25;
@@ -101,7 +102,8 @@ Spent MeasureCompositor(const Layout& layout, const char* format, int frames) {
         gst_parse_launch(Describe(layout, format, frames).c_str(), nullptr);
     if (!pipeline) return {};
     std::vector<Still> stills;
-    for (const Shown& shown : layout.streams) stills.push_back({Picture(shown, format), 0});
+    for (const Shown& shown : layout.streams)
+        stills.push_back({{Picture(shown, format), Picture(shown, format)}});
     for (std::size_t i = 0; i < stills.size(); ++i)
         Probe(pipeline, "src" + std::to_string(i), "src", ShowStill, &stills[i]);
     Counter counter;
@@ -117,7 +119,8 @@ Spent MeasureCompositor(const Layout& layout, const char* format, int frames) {
     gst_object_unref(bus);
     gst_element_set_state(pipeline, GST_STATE_NULL);
     gst_object_unref(pipeline);
-    for (const Still& still : stills) gst_buffer_unref(still.picture);
+    for (const Still& still : stills)
+        for (GstBuffer* picture : still.pictures) gst_buffer_unref(picture);
     if (!isDone || counted < 1) return {};
     spent.wall *= static_cast<double>(frames) / counted;
     spent.cpu *= static_cast<double>(frames) / counted;

@@ -29,7 +29,7 @@ MixerRun::MixerRun(const Layout& theLayout, std::int32_t format)
     Need(mixer.Out()->Connect(sink.Get(), nullptr) == S_OK, "output connection");
     Need(Succeeded(mixer.filter->Run(0)), "run");
     for (const Ref<test::FakeSource>& source : sources)
-        for (int i = 0; i < 2; ++i)
+        for (int i = 0; i < kCopies; ++i)
             pictures.push_back(source->Picture(kPictureByte, 0, test::kFrame));
     Frames(10);
 }
@@ -61,7 +61,8 @@ MixerRun::~MixerRun() {
 void MixerRun::Frames(int count) {
     for (int frame = 0; frame < count; ++frame, ++sent) {
         for (std::size_t i = 0; i < sources.size(); ++i) {
-            IMediaSample* picture = pictures[i * 2 + static_cast<std::size_t>(sent % 2)].Get();
+            IMediaSample* picture =
+                pictures[i * kCopies + static_cast<std::size_t>(sent % kCopies)].Get();
             REFERENCE_TIME start = sent * test::kFrame;
             REFERENCE_TIME stop = start + test::kFrame;
             (void)picture->SetTime(&start, &stop);
@@ -74,7 +75,7 @@ void MixerRun::Frames(int count) {
 // The byte in the middle of a stream's rect, in a frame in which that stream is dark or isn't.
 BYTE MixerRun::MiddleOf(std::size_t stream, bool isDark) {
     constexpr BYTE kDarkByte = 60;
-    const std::size_t slot = stream * 2 + static_cast<std::size_t>(sent % 2);
+    const std::size_t slot = stream * kCopies + static_cast<std::size_t>(sent % kCopies);
     const Ref<IMediaSample> usual = pictures[slot];
     if (isDark) pictures[slot] = sources[stream]->Picture(kDarkByte, 0, test::kFrame);
     Frames(1);

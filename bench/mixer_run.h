@@ -36,7 +36,7 @@ private:
     test::MixerUnderTest mixer;
     Ref<test::FakeSink> sink;
     std::vector<Ref<test::FakeSource>> sources;
-    std::vector<Ref<IMediaSample>> pictures;  // two for each stream, in turn
+    std::vector<Ref<IMediaSample>> pictures;  // kCopies for each stream, in turn
     int sent = 0;
 };
 

@@ -300,6 +300,21 @@ TEST(Formats, TellsDownstreamTheColoursOfASmallStreamInALargePicture) {
         gst_video_colorimetry_matches(&frames[0].info.colorimetry, GST_VIDEO_COLORIMETRY_BT601));
 }
 
+TEST(Formats, KeepsSamplesAndMatrixOfAnHdStreamInAnHdMix) {
+    const std::string caps =
+        "video/x-raw,format=UYVY,colorimetry=bt709,width=16,height=8,framerate=25/1";
+    MixPipeline mix(caps);
+    Source source = mix.Add(caps);
+    source.Send(77, 0);
+    source.End();
+    mix.Play();
+    const std::vector<Frame> frames = mix.PullAll();
+    ASSERT_EQ(frames.size(), 1u);
+    EXPECT_EQ(frames[0].data, std::vector<std::uint8_t>(16 * 8 * 2, 77));
+    EXPECT_TRUE(
+        gst_video_colorimetry_matches(&frames[0].info.colorimetry, GST_VIDEO_COLORIMETRY_BT709));
+}
+
 TEST(Formats, NamesAStreamThatCannotBeMixed) {
     MixPipeline mix(Caps(16, 16));
     Source good = mix.Add(Caps(16, 16));

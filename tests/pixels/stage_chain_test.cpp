@@ -288,6 +288,42 @@ TEST(StageChain, PreparedAheadIsTheSameBitForBit) {
     }
 }
 
+TEST(StageChain, PreparedAheadIsTheSameWithFieldsAndAlpha) {
+    constexpr eVM_Interlace kOrders[] = {eVMI_Progressive, eVMI_Field1First, eVMI_Field2First};
+    for (const std::int32_t from : {kFccARGB32, kFccYUY2, kFccI420})
+        for (const std::int32_t to : {kFccARGB32, kFccRGB32, kFccUYVY})
+            for (const eVM_Interlace in : kOrders)
+                for (const eVM_Interlace out : kOrders) {
+                    Mix plain({from, 48, 32, 0}, {to, 96, 64, 0});
+                    Mix prepared({from, 48, 32, 0}, {to, 96, 64, 0});
+                    for (Mix* mix : {&plain, &prepared}) {
+                        mix->stream.inputProps.eInterlace = in;
+                        mix->out.eInterlace = out;
+                        mix->PaintQuarters(90);
+                        mix->AddWhole({0, 0, 48, 32}).current[kAlpha] = 0.6;
+                        mix->AddWhole({8, 6, 80, 54}).current.eProcess = eVMP_FlipHorz;
+                        mix->SetMask(mix->AddWhole({0, 32, 96, 64}), 4, 4,
+                                     [](auto x, auto y) { return 60 * x + y; });
+                    }
+                    // The second time as a frame that is shown again, one field of it.
+                    for (const std::int32_t fieldPass : {0, in == eVMI_Progressive ? 0 : 2}) {
+                        for (Mix* mix : {&plain, &prepared}) {
+                            mix->stream.fieldPass = fieldPass;
+                            mix->NewFrame();
+                        }
+                        (void)PrepareStream(prepared.stream, prepared.source.Frame(), prepared.out,
+                                            false);
+                        plain.Run();
+                        prepared.Run();
+                        ASSERT_TRUE(
+                            std::equal(plain.target.Frame(),
+                                       plain.target.Frame() + FrameBytes(plain.out.picProps),
+                                       prepared.target.Frame()))
+                            << std::hex << from << " to " << to << " fields " << in << out;
+                    }
+                }
+}
+
 TEST(StageChain, HangingOverAnEdgeShowsThePartThatIsLeft) {
     for (const std::int32_t fccType : {kFccI420, kFccYUY2, kFccRGB32})
         for (const std::int32_t process : {0, 2, 4}) {

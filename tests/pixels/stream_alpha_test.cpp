@@ -184,6 +184,46 @@ TEST(StreamAlpha, AFormatThatCantBeKeyedIsShownWhole) {
     }
 }
 
+// Keyed pixels of ARGB32 are moved and warped with their planes.
+TEST(StreamAlpha, AKeyedStreamStaysKeyedWhereItIsScaledAndProjected) {
+    for (const std::int32_t from : {kFccARGB32, kFccRGB32})
+        for (const std::int32_t to : {kFccARGB32, kFccYUY2})
+            for (const std::int32_t bARGB32Mix : {0, 1})
+                for (const double angle : {0.0, 10.0}) {
+                    TestPicture source({from, 32, 16, 0}, 1);
+                    TestPicture target({to, 64, 32, 0}, 2);
+                    PaintScene(source);
+                    StreamPixels stream;
+                    stream.bARGB32Mix = bARGB32Mix;
+                    stream.inputProps = PropsOf(source.props);
+                    SetGreenKey(stream);
+                    stream.rects.resize(1);
+                    MixBlockState& state = stream.rects[0].current;
+                    state[kAlpha] = 1.0;
+                    state[kSourceRight] = 32;
+                    state[kSourceBottom] = 16;
+                    state[kTargetRight] = 64;
+                    state[kTargetBottom] = 32;
+                    state[kViewAngle] = 30;
+                    state[kHorzAngle] = angle;
+                    const VM_VIDEO_PROPS out = PropsOf(target.props);
+                    (void)UpdateProjection(stream.rects[0], stream.inputProps, out);
+                    StandStill animator;
+                    for (int i = 0; i < 2; ++i) {
+                        std::fill(target.memory.begin(), target.memory.end(), BYTE{90});
+                        ASSERT_EQ(MixRects(stream, source.Frame(), target.Frame(), out, animator),
+                                  S_OK);
+                    }
+                    const auto sample = [&](std::int32_t x, std::int32_t y) {
+                        return int{target.Frame()[target.Samples(x, y)[0]]};
+                    };
+                    EXPECT_NEAR(sample(9, 4), IsRGBFormat(to) ? 128 : 126, 3)
+                        << from << to << angle;
+                    EXPECT_NEAR(sample(40, 24), 90, 4) << from << to << angle;
+                    EXPECT_NEAR(sample(9, 24), 90, 4) << from << to << angle;
+                }
+}
+
 // The keyed stream over a picture of one value: what shows at a place in the block, and elsewhere.
 TEST(StreamAlpha, AKeyedStreamShowsTheBackgroundInEveryFormat) {
     for (const std::int32_t from : {kFccRGB32, kFccARGB32, kFccRGB24, kFccYUY2, kFccUYVY})

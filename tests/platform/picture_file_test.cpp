@@ -132,9 +132,13 @@ TEST(PictureFile, SizesBeyondTheBoundsFailBeforeMemoryIsTaken) {
     FileBytes bmp = MakePictureFile("bmp", kWidth, kHeight, false, Pattern);
     PutBytes(bmp, 18, 100000, false);
     PutBytes(bmp, 22, 100000, false);
+    FileBytes farPixels = MakePictureFile("bmp", kWidth, kHeight, false, Pattern);
+    PutBytes(farPixels, 10, 0xFFFFFF47u, false);
+    FileBytes longHeader = MakePictureFile("bmp", kWidth, kHeight, false, Pattern);
+    PutBytes(longHeader, 14, 0xFFFFFFF0u, false);
     FileBytes gif = TwoFrameGif();
     for (const std::size_t at : {6, 7, 8, 9}) gif[at] = 0xFF;
-    for (const FileBytes* file : {&png, &bmp, &gif}) {
+    for (const FileBytes* file : {&png, &bmp, &farPixels, &longHeader, &gif}) {
         DecodedPicture picture;
         EXPECT_EQ(DecodePicture(*file, AlphaForm::kStraight, &picture), E_FAIL);
     }

@@ -85,8 +85,22 @@ bool HasPngEnd(std::span<const std::uint8_t> file) {
     return false;
 }
 
-bool HasEnd(std::string_view kind, std::span<const std::uint8_t> file) {
+// Whether the headers of a bitmap file lie in the file. The decoder takes memory for all that its
+// header says to be there before the pixels.
+bool HasBitmapHeaders(std::span<const std::uint8_t> file) {
+    constexpr std::size_t kFileHeader = 14;
+    const auto number = [file](std::size_t at) {
+        std::uint64_t value = 0;
+        for (std::size_t i = 4; i > 0; --i) value = value << 8 | file[at + i - 1];
+        return value;
+    };
+    return file.size() >= kFileHeader + 4 && number(10) <= file.size() &&
+           kFileHeader + number(14) <= file.size();
+}
+
+bool IsWhole(std::string_view kind, std::span<const std::uint8_t> file) {
     if (kind == "jpeg") return HasJpegEnd(file);
+    if (kind == "bmp") return HasBitmapHeaders(file);
     return kind != "png" || HasPngEnd(file);
 }
 
@@ -238,7 +252,7 @@ HRESULT ReadPictureFile(std::u16string_view name, std::vector<std::uint8_t>& con
 HRESULT DecodePicture(std::span<const std::uint8_t> file, AlphaForm form, DecodedPicture* picture) {
     *picture = {};
     const char* const kind = KindOf(file);
-    if (!kind || !HasEnd(kind, file)) return E_FAIL;
+    if (!kind || !IsWhole(kind, file)) return E_FAIL;
     try {
         Decoder decoder(kind);
         const Object<GdkPixbuf> decoded = decoder.Run(file);
