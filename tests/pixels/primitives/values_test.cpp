@@ -162,6 +162,56 @@ TEST(Blends, EndsOfTheScales) {
     EXPECT_EQ(target, 254);
 }
 
+// Runs in which a plane is empty, full or something between, of lengths around those that are told
+// apart, come to the same as each sample alone.
+TEST(Values, PlanesInRunsAreWeighedAsTheirSamples) {
+    constexpr std::int32_t kWidth = 622;
+    std::vector<Sample> plane(kWidth);
+    const int lengths[] = {1, 31, 64, 33, 2, 32, 95, 30, 65, 40};
+    const Sample levels[] = {0, 255, 128, 255, 0, 0, 255, 1, 0, 255, 254};
+    for (std::size_t x = 0, run = 0; x < plane.size(); ++run)
+        for (int i = 0; i < lengths[run % 10] && x < plane.size(); ++i)
+            plane[x++] = levels[run % 11];
+    std::vector<Sample> src(kWidth * 4), before(kWidth * 4);
+    for (std::size_t i = 0; i < src.size(); ++i) {
+        src[i] = static_cast<Sample>(i * 37 + 11);
+        before[i] = static_cast<Sample>(i * 101 + 5);
+    }
+    const auto weigh = [&](std::size_t i, int a) {
+        return (src[i] * a + before[i] * (255 - a) + 255) >> 8;
+    };
+    const auto pairAlpha = [&](std::size_t pair) {
+        return (plane[2 * pair] + plane[2 * pair + 1]) >> 1;
+    };
+    for (const std::int32_t width : {kWidth, 33, 31}) {
+        for (const int bytes : {1, 3, 4}) {
+            std::vector<Sample> dst = before;
+            ASSERT_EQ(MixPlane(src.data(), 0, plane.data(), 0, dst.data(), 0, {width, 1}, bytes),
+                      kImageOk);
+            for (std::size_t i = 0; i < dst.size(); ++i) {
+                const bool isInside = i < static_cast<std::size_t>(width * bytes);
+                ASSERT_EQ(dst[i], isInside ? weigh(i, plane[i / static_cast<std::size_t>(bytes)])
+                                           : before[i])
+                    << bytes << " bytes, " << i;
+            }
+        }
+        std::vector<Sample> half = before;
+        ASSERT_EQ(MixPlaneHalf(src.data(), 0, plane.data(), 0, half.data(), 0, {width / 2, 1}),
+                  kImageOk);
+        std::vector<Sample> packed = before;
+        ASSERT_EQ(MixPlanePacked(src.data(), 0, plane.data(), 0, packed.data(), 0, {width, 1},
+                                 PackedOrder::kLumaFirst),
+                  kImageOk);
+        for (std::size_t i = 0; i < static_cast<std::size_t>(width / 2); ++i) {
+            ASSERT_EQ(half[i], weigh(i, pairAlpha(i))) << i;
+            for (std::size_t j = 0; j < 4; ++j)
+                ASSERT_EQ(packed[4 * i + j],
+                          weigh(4 * i + j, j % 2 ? pairAlpha(i) : plane[2 * i + j / 2]))
+                    << i;
+        }
+    }
+}
+
 TEST(Blends, GreyChromaStaysGrey) {
     for (int a = 0; a < 256; ++a) {
         const Row source{200, 128, 20, 128};
