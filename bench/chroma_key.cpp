@@ -219,6 +219,7 @@ void ReportSpeed() {
 void ReportChromaKey() {
     ReportQuality();
     ReportSpeed();
+    ReportKeyThreads();
 }
 
 }  // namespace qdvm::bench
