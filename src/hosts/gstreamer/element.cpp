@@ -1,5 +1,6 @@
 #include "hosts/gstreamer/element.h"
 
+#include "hosts/gstreamer/element_scenes.h"
 #include "hosts/gstreamer/log.h"
 #include "hosts/gstreamer/sink_pad.h"
 #include "hosts/gstreamer/source_pad.h"
@@ -21,6 +22,7 @@ enum ElementProperty : guint {
     kHealthMessages,
     kFramesSkipped,
     kMixer,
+    kScenes,
 };
 
 GType BackgroundType() {
@@ -124,6 +126,9 @@ void GetProperty(GObject* object, guint property, GValue* value, GParamSpec* par
         case kMixer:
             g_value_set_pointer(value, mixer->session->Mixer());
             break;
+        case kScenes:
+            g_value_take_boxed(value, NewSceneNames(*mixer->session));
+            break;
         default:
             G_OBJECT_WARN_INVALID_PROPERTY_ID(object, property, param);
     }
@@ -193,6 +198,11 @@ void InstallStatus(GObjectClass* klass) {
                              "gives the others; borrowed, valid as long as the element. Streams go "
                              "by a pad's stream-number",
                              kReadable));
+    g_object_class_install_property(
+        klass, kScenes,
+        g_param_spec_boxed("scenes", "Scenes",
+                           "The names of the scenes, in their order, for the action select-scene",
+                           G_TYPE_STRV, kReadable));
 }
 
 void BeginChanges(GstQdVideoMixer* mixer) { mixer->session->BeginChanges(); }
@@ -322,6 +332,7 @@ static void gst_qd_video_mixer_class_init(GstQdVideoMixerClass* klass) {
     qdvm::InstallSettings(object);
     qdvm::InstallStatus(object);
     qdvm::InstallActions(G_TYPE_FROM_CLASS(klass));
+    qdvm::InstallSceneActions(G_TYPE_FROM_CLASS(klass));
 
     auto* element = GST_ELEMENT_CLASS(klass);
     element->request_new_pad = qdvm::RequestPad;

@@ -58,7 +58,8 @@ struct StreamRect {
     std::uint64_t firstFrame = 0;  // the change is for this output frame, or a later one
     bool isInMixer = false;
     bool isRemoved = false;
-    std::string mask;  // as the mixer has it
+    bool isLeft = false;  // a scene has placed it, which settings that stay as they are don't undo
+    std::string mask;     // as the mixer has it
 };
 
 enum class PadHealth { kWaiting, kLive, kStalled, kLost, kEnded };

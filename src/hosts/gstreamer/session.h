@@ -85,6 +85,19 @@ public:
     void BeginChanges();
     void CommitChanges();
 
+    // Scenes, by name, and the drawing order. What was set before is in the mixer first; false if
+    // the mixer refuses. A scene that is selected before the first frame is shown with it.
+    bool SelectScene(const std::string& name, guint timeMs);
+    bool AddScene(const std::string& name, const std::string& description);
+    bool UpdateScene(const std::string& name);
+    bool RemoveScene(const std::string& name);
+    std::optional<std::string> SaveScenes(const std::string& name) const;
+    bool LoadScenes(const std::string& document, int removeOld);
+    std::vector<std::string> SceneNames() const;
+    bool MoveStream(const PadStream& stream, int position, bool swaps, bool rearranges,
+                    guint timeMs);
+    int PositionOf(const PadStream& stream) const;
+
     // The streaming side of a sink pad.
     GstFlowReturn TakeBuffer(PadStream& stream, GstBuffer* buffer);  // takes the reference
     bool TakeCaps(PadStream& stream, GstCaps* caps);
@@ -216,6 +229,13 @@ private:
     KeptLayout LayoutOf(int number) const;
     void SetLayout(int number, const KeptLayout& layout);
 
+    // session_scenes.cpp
+    void FlushChanges();
+    void LeaveRects();
+    bool HasScene(const std::string& name) const;
+    bool SelectNow(const std::string& name, guint timeMs);
+    void SelectWaitingScene();
+
     // session_key.cpp
     ChromaKeySettings KeyOf(const PadStream& stream) const;
     void ApplyKey(PadStream& stream);
@@ -288,6 +308,7 @@ private:
     bool anyChange = false;  // something waits for the next frame
     Change backgroundChange;
     Change orderChange;
+    std::optional<std::pair<std::string, guint>> waitingScene;  // and ms
     std::uint64_t lastChange = 0;
     std::uint64_t lastDue = 0;     // a user's changes after this one aren't for the present frame
     std::uint64_t lastBefore = 0;  // the last change before those that are being gathered

@@ -88,6 +88,7 @@ void Session::BeforeFrame(std::uint64_t frame) {
         lastDue = openChanges > 0 ? lastBefore : lastChange;
     }
     ApplyChanges(frame);
+    SelectWaitingScene();
 }
 
 // The stream time of an output frame that is about to be composed.
@@ -190,6 +191,7 @@ bool Session::ApplyRect(PadStream& stream, std::size_t place, std::uint64_t fram
             return wanted.isInMixer;
         timeMs = static_cast<LONG>(std::exchange(wanted.change, {}).timeMs);
         wanted.isInMixer = true;
+        wanted.isLeft = false;
         rect = MixingRectFor(stream, wanted.settings);
         if (wanted.mask != wanted.settings.mask) mask = wanted.mask = wanted.settings.mask;
     }
@@ -262,7 +264,7 @@ void Session::ApplyOrder() {
 void Session::FollowSize(PadStream& stream, std::uint64_t frame) {
     if (SizeOf(stream) == std::exchange(stream.size, SizeOf(stream))) return;
     for (StreamRect& rect : stream.rects) {
-        if (!rect.isInMixer || rect.change.kind != Change::Kind::kNone) continue;
+        if (!rect.isInMixer || rect.isLeft || rect.change.kind != Change::Kind::kNone) continue;
         rect.change = {.kind = Change::Kind::kMoved};
         rect.firstFrame = frame;
     }

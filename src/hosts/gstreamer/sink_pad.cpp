@@ -28,6 +28,7 @@ enum PadProperty : guint {
     kFramesRepeated,
     kFramesDropped,
     kStreamNumber,
+    kStreamPosition,
 };
 
 // The rect that the pad's own properties describe; children have the numbers from 1.
@@ -166,6 +167,9 @@ void GetStatus(GstQdVideoMixerPad* pad, guint property, GValue* value, GParamSpe
         case kStreamNumber:
             g_value_set_int(value, stream ? pad->session->StreamNumberOf(*stream) : -1);
             break;
+        case kStreamPosition:
+            g_value_set_int(value, stream ? pad->session->PositionOf(*stream) : -1);
+            break;
         default:
             G_OBJECT_WARN_INVALID_PROPERTY_ID(pad, property, param);
     }
@@ -238,6 +242,12 @@ void InstallStatus(GObjectClass* klass) {
         g_param_spec_int("stream-number", "Stream number",
                          "The number of this stream for the operations of the mixer's control "
                          "interface; -1 while the mixer doesn't have it",
+                         -1, G_MAXINT, -1, kReadable));
+    g_object_class_install_property(
+        klass, kStreamPosition,
+        g_param_spec_int("stream-position", "Stream position",
+                         "Position in the drawing order, which scenes go by: 0 is drawn first; -1 "
+                         "while the mixer doesn't have the stream",
                          -1, G_MAXINT, -1, kReadable));
 }
 
@@ -536,4 +546,11 @@ bool gst_qd_video_mixer_pad_remove_rect(GstQdVideoMixerPad* pad, guint number) {
     gst_object_unparent(GST_OBJECT(rect));
     gst_object_unref(rect);
     return true;
+}
+
+bool gst_qd_video_mixer_pad_move(GstQdVideoMixerPad* pad, int position, bool swaps, bool rearranges,
+                                 guint timeMs) {
+    const qdvm::StreamGuard guard(pad);
+    return pad->stream &&
+           pad->session->MoveStream(*pad->stream, position, swaps, rearranges, timeMs);
 }

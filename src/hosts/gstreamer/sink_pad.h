@@ -47,4 +47,8 @@ void gst_qd_video_mixer_pad_take_rect(GstQdVideoMixerPad* pad, GstQdVideoMixerRe
 // False if the pad has no such rect.
 bool gst_qd_video_mixer_pad_remove_rect(GstQdVideoMixerPad* pad, guint number);
 
+// To a position in the drawing order; false if the mixer doesn't have the stream.
+bool gst_qd_video_mixer_pad_move(GstQdVideoMixerPad* pad, int position, bool swaps, bool rearranges,
+                                 guint timeMs);
+
 G_END_DECLS
