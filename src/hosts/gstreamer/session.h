@@ -80,7 +80,8 @@ public:
     // on top of the others. What is set here, and the background, reaches the mixer between two
     // frames; with the calls between BeginChanges and CommitChanges all of it between the same two.
     // Pairs may lie within each other.
-    void SetRect(PadStream& stream, guint number, const RectSettings& rect);
+    // isSet: by a user, who means it even if nothing of it is new.
+    void SetRect(PadStream& stream, guint number, const RectSettings& rect, bool isSet);
     void RemoveRect(PadStream& stream, guint number);
     void BeginChanges();
     void CommitChanges();

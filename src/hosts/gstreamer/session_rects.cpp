@@ -44,13 +44,14 @@ void Session::Mark(Change& change) {
     anyChange = true;
 }
 
-void Session::SetRect(PadStream& stream, guint number, const RectSettings& rect) {
+void Session::SetRect(PadStream& stream, guint number, const RectSettings& rect, bool isSet) {
     const Lock lock(mutex);
     const auto found = std::ranges::find_if(stream.rects, [number](const StreamRect& other) {
         return other.number == number && !other.isRemoved;
     });
-    if (found != stream.rects.end() && found->settings == rect) return;
-    StreamRect& target = found != stream.rects.end() ? *found : stream.rects.emplace_back();
+    const bool isNew = found == stream.rects.end();
+    if (!isNew && found->settings == rect && !(isSet && found->isLeft)) return;
+    StreamRect& target = isNew ? stream.rects.emplace_back() : *found;
     target.number = number;
     target.settings = rect;
     Mark(target.change);

@@ -93,6 +93,11 @@ std::optional<std::string> Session::SaveScenes(const std::string& name) const {
 }
 
 bool Session::LoadScenes(const std::string& document, int removeOld) {
+    const bool isName = document.find('<') == std::string::npos;
+    if (isName && !g_file_test(document.c_str(), G_FILE_TEST_EXISTS)) {
+        GST_WARNING_OBJECT(element, "there is no file \"%s\" with scenes", document.c_str());
+        return false;
+    }
     const CountedString text(FromUtf8(document));
     const HRESULT result = scenes->LoadScenes(text.Get(), removeOld);
     if (Failed(result))

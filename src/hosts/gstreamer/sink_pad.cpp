@@ -133,9 +133,10 @@ void SetProperty(GObject* object, guint property, const GValue* value, GParamSpe
     std::string fault;
     {
         const StreamGuard guard(pad);
-        if (!SetRectProperty(*pad->rect, property, value) &&
-            !SetPadProperty(*pad->settings, property, value) &&
-            !SetKeyProperty(*pad->settings, property, value, &fault))
+        if (SetRectProperty(*pad->rect, property, value))
+            pad->isRectSet = true;
+        else if (!SetPadProperty(*pad->settings, property, value) &&
+                 !SetKeyProperty(*pad->settings, property, value, &fault))
             G_OBJECT_WARN_INVALID_PROPERTY_ID(object, property, param);
     }
     if (!fault.empty()) Refuse(pad, fault);
@@ -144,7 +145,7 @@ void SetProperty(GObject* object, guint property, const GValue* value, GParamSpe
 // Needs the guard.
 void HandOver(GstQdVideoMixerPad* pad) {
     pad->session->SetPadSettings(*pad->stream, *pad->settings);
-    pad->session->SetRect(*pad->stream, kOwnRect, *pad->rect);
+    pad->session->SetRect(*pad->stream, kOwnRect, *pad->rect, std::exchange(pad->isRectSet, false));
 }
 
 void GetStatus(GstQdVideoMixerPad* pad, guint property, GValue* value, GParamSpec* param) {
@@ -374,7 +375,7 @@ GstQdVideoMixerRect* MakeRect(GstQdVideoMixerPad* pad, guint number) {
             *pad->rects, [number](GstQdVideoMixerRect* other) { return other->number == number; });
         if (!isTaken) {
             pad->rects->push_back(static_cast<GstQdVideoMixerRect*>(gst_object_ref(rect)));
-            if (pad->stream) pad->session->SetRect(*pad->stream, number, SettingsOf(rect));
+            if (pad->stream) pad->session->SetRect(*pad->stream, number, SettingsOf(rect), true);
         }
     }
     if (isTaken) {
@@ -528,7 +529,7 @@ void gst_qd_video_mixer_pad_take_rect(GstQdVideoMixerPad* pad, GstQdVideoMixerRe
     const qdvm::StreamGuard guard(pad);
     const bool isMember = std::ranges::find(*pad->rects, rect) != pad->rects->end();
     if (isMember && pad->stream)
-        pad->session->SetRect(*pad->stream, rect->number, qdvm::SettingsOf(rect));
+        pad->session->SetRect(*pad->stream, rect->number, qdvm::SettingsOf(rect), true);
 }
 
 bool gst_qd_video_mixer_pad_remove_rect(GstQdVideoMixerPad* pad, guint number) {

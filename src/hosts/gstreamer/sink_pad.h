@@ -26,6 +26,7 @@ struct GstQdVideoMixerPad {
     qdvm::Session* session;   // borrowed
     qdvm::PadSettings* settings;               // owned
     qdvm::RectSettings* rect;                  // the first one's; owned
+    bool isRectSet;                            // since the session has been told of it
     std::vector<GstQdVideoMixerRect*>* rects;  // the further ones, with a reference each; owned
 };
 
