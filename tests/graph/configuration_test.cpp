@@ -4,6 +4,7 @@
 #include "platform/byte_stream.h"
 #include "platform/counted_string.h"
 #include "platform/file.h"
+#include "platform/thread.h"
 #include "support/graph_fakes.h"
 #include "support/picture_files.h"
 #include "support/temporary_directory.h"
@@ -359,6 +360,45 @@ TEST(ConfigurationTest, TheLayoutComesBackAtTheNextStart) {
     EXPECT_EQ(loaded.Load(u"<a master-stream='0'/>"), S_OK);
     EXPECT_EQ(loaded.control->GetMasterStream(nullptr), S_FALSE);
     ASSERT_EQ(loaded.filter->Stop(), S_OK);
+}
+
+TEST(ConfigurationTest, SavesAndLoadsWhileFramesRun) {
+    Hosted mixer;
+    mixer.Connect(2);
+    mixer.ConnectOutput();
+    mixer.sink->keepsData = false;
+    ASSERT_EQ(mixer.Show(0, 0, 0, 32, 16), S_OK);
+    ASSERT_EQ(mixer.Show(1, 32, 16, 32, 16), S_OK);
+    ASSERT_EQ(mixer.filter->Run(0), S_OK);
+    Thread upstream[2];
+    for (std::size_t i = 0; i < 2; ++i) {
+        const auto send = [&mixer, i] {
+            for (int slot = 0; slot >= 0; ++slot)
+                if (Failed(mixer.sources[i]->SendPicture(1, slot * kFrame, (slot + 1) * kFrame)))
+                    break;
+        };
+        ASSERT_EQ(upstream[i].Start("upstream", ThreadPriority::Normal, send), S_OK);
+    }
+    const std::u16string text = mixer.Text();
+    CountedString scenes;
+    for (int round = 0; round < 20; ++round) {
+        EXPECT_EQ(mixer.Load(mixer.Text()), S_OK);
+        EXPECT_EQ(mixer.Load(u"<a><pins number='" +
+                             std::u16string(1, static_cast<char16_t>(u'1' + round % 9)) +
+                             u"' order='1, 0, 2'/></a>"),
+                  S_OK);
+        EXPECT_EQ(mixer.scenes->SaveScenes(S(u"QUAD").Get(), scenes.Put()), S_OK);
+        EXPECT_EQ(mixer.scenes->LoadScenes(scenes.Get(), round % 3), S_OK);
+        EXPECT_EQ(mixer.scenes->SelectScene2(S(u"QUAD").Get(), 40), S_OK);
+        EXPECT_EQ(mixer.Load(text), S_OK);
+        ASSERT_TRUE(mixer.sink->WaitForFrames(mixer.sink->FrameCount() + 2));
+    }
+    ASSERT_EQ(mixer.filter->Stop(), S_OK);
+    for (Thread& thread : upstream) thread.Join();
+    EXPECT_EQ(mixer.InputCount(), 9u);
+    LONG count = 0;
+    EXPECT_EQ(mixer.control->GetInputRectCount(0, &count), S_OK);
+    EXPECT_EQ(count, 1);
 }
 
 TEST(ConfigurationTest, GraphEditorsKeepTheSetupInTheirStreams) {

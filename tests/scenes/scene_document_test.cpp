@@ -1,9 +1,6 @@
 #include "scenes/scene_document.h"
 
-#include "config/xml_reader.h"
 #include "config/xml_writer.h"
-#include "platform/file.h"
-#include "support/temporary_directory.h"
 
 #include <gtest/gtest.h>
 
@@ -96,19 +93,6 @@ TEST(SceneDocumentTest, IsWrittenInItsOrderAndForms) {
               u"<qdvideomixer>\r\n\t<user-scenes/>\r\n</qdvideomixer>");
 }
 
-TEST(SceneDocumentTest, ReadingGivesWhatWasWritten) {
-    SceneDocument document;
-    AddSceneElement(document.scenes, u"A", ExampleScene());
-    const std::u16string text = ToText(document.root);
-    const std::vector<NamedScene> scenes = Read(text);
-    ASSERT_EQ(scenes.size(), 1u);
-    SceneDocument again;
-    AddSceneElement(again.scenes, scenes[0].name, scenes[0].scene);
-    EXPECT_EQ(ToText(again.root), text);
-    EXPECT_EQ(scenes[0].scene.inputs[0].rects[0].rcTarget.left, -10);
-    EXPECT_EQ(scenes[0].scene.outputProps, ExampleScene().outputProps);
-}
-
 // What a person writes: any case, any order, decimal widths, and much left out.
 TEST(SceneDocumentTest, HandwrittenScenesAreTakenAsMeant) {
     const std::vector<NamedScene> scenes = Read(
@@ -179,23 +163,6 @@ TEST(SceneDocumentTest, ScenesWithoutANameGetOneThatTheyKeep) {
     EXPECT_EQ(NamesIn(u"<a><scene name='Scene 2'/><scene/><scene/></a>"),
               (Names{u"Scene 2", u"Scene 3", u"Scene 4"}));
     EXPECT_EQ(NamesIn(u"<scene/>"), Names{u"Scene 1"});
-}
-
-TEST(SceneDocumentTest, FilesAreFoundByAnyNameAndPicturesBesideThem) {
-    const TemporaryDirectory directory;
-    const std::string text =
-        "<a><scene name=x><background type=image image-path='pics\\b.png'/></scene></a>";
-    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(text.data());
-    const std::u16string name = (directory / "show").u16string();
-    std::vector<NamedScene> scenes;
-    EXPECT_EQ(ReadSceneDocument(name, &scenes), S_OK);  // a text as long as there is no such file
-    EXPECT_TRUE(scenes.empty());
-    ASSERT_EQ(WriteFile(name, {bytes, text.size()}), S_OK);
-    ASSERT_EQ(ReadSceneDocument(name, &scenes), S_OK);
-    ASSERT_EQ(scenes.size(), 1u);
-    EXPECT_EQ(scenes[0].scene.backgroundImage, (directory / "pics/b.png").u16string());
-    ASSERT_EQ(WriteFile(name, {bytes, 1}), S_OK);
-    EXPECT_EQ(ReadSceneDocument(name, &scenes), E_INVALIDARG);
 }
 
 }  // namespace
