@@ -100,6 +100,6 @@ void ReportKeyThreads();  // a part of it
 void ReportConversions();  // with libyuv and libswscale
 void ReportScaling();      // with libyuv and OpenCV
 void ReportScenes();
-void ReportXml();          // with pugixml
+void ReportXml();  // with pugixml
 
 }  // namespace qdvm::bench

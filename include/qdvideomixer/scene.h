@@ -28,7 +28,7 @@ inline constexpr GUID IID_IQDVideoMixerScene = {
 
 struct IQDVideoMixerScene : IUnknown {
     // The present layout under a new name: rects that change are taken where they will end.
-    // E_INVALIDARG if the name is taken. The description may be null.
+    // E_INVALIDARG if the name is taken or empty. The description may be null.
     virtual HRESULT AddCurrentScene(BSTR _bsName, BSTR _bsDesc) = 0;
 
     // SelectScene2 at once.

@@ -35,6 +35,7 @@ Scene SceneControl::CaptureCurrent() const {
 
 HRESULT SceneControl::AddCurrentScene(BSTR _bsName, BSTR _bsDesc) {
     const std::u16string_view name = ViewOf(_bsName);
+    if (name.empty()) return E_INVALIDARG;
     return NoThrow([&] {
         {
             ScopedLock guard(sceneLock);

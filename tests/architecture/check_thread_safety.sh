@@ -16,7 +16,7 @@ for dir in "$@"; do
 done
 
 compile=("$clang" -std=c++20 -fsyntax-only -Wthread-safety -Werror=thread-safety
-    -I "$root/include" -I "$generated" -I "$root/src")
+    -DQDVM_DATA_DIR='""' -I "$root/include" -I "$generated" -I "$root/src")
 if [[ ${#sources[@]} -gt 0 ]]; then
     printf '%s\0' "${sources[@]}" | xargs -0 -n 4 -P 2 "${compile[@]}"
 fi

@@ -247,7 +247,7 @@ void ChangeScenes(IQDVideoMixerScene& scenes, unsigned seed, const std::atomic<b
         const LONG stream = dice.Roll(static_cast<int>(kStreams) + 1);
         LONG number = 0;
         CountedString text;
-        switch (dice.Roll(8)) {
+        switch (dice.Roll(9)) {
             case 0:
                 (void)scenes.AddCurrentScene(name.Get(), name.Get());
                 break;
@@ -267,6 +267,10 @@ void ChangeScenes(IQDVideoMixerScene& scenes, unsigned seed, const std::atomic<b
                 break;
             case 5:
                 (void)scenes.GetSceneInfo(dice.Roll(11), text.Put(), nullptr);
+                break;
+            case 6:
+                (void)scenes.SaveScenes(dice.OneIn(2) ? nullptr : name.Get(), text.Put());
+                (void)scenes.LoadScenes(text.Get(), dice.OneIn(8) ? 1 : 0);
                 break;
             default:
                 (void)scenes.SelectScene2(name.Get(), dice.OneIn(2) ? 0 : dice.Roll(20));

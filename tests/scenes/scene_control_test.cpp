@@ -151,6 +151,7 @@ TEST_F(ScenesTest, LayoutsAreScaledToTheOutput) {
 
 TEST_F(ScenesTest, NamesAreExactAndTakenOnce) {
     EXPECT_EQ(scenes.Add(u"PIP"), E_INVALIDARG);
+    EXPECT_EQ(scenes.Add(u""), E_INVALIDARG);
     EXPECT_EQ(scenes.Add(u"pip"), S_OK);
     EXPECT_TRUE(filter.dirty);
     EXPECT_EQ(Names().size(), 10u);
