@@ -145,23 +145,31 @@ SceneInput ReadInput(const XMLNodePtr& element) {
     return input;
 }
 
-// Names for scenes that have none.
-void NameTheNameless(std::vector<NamedScene>& scenes) {
+// Names for the scenes at these places, which have none.
+void NameScenes(std::vector<NamedScene>& scenes, const std::vector<std::size_t>& places) {
     std::set<std::u16string, std::less<>> taken;
     for (const NamedScene& entry : scenes) taken.insert(entry.name);
     std::int64_t number = 0;
-    for (std::size_t i = 0; i < scenes.size(); ++i) {
-        if (!scenes[i].name.empty()) continue;
-        number = std::max(number + 1, static_cast<std::int64_t>(i + 1));
+    for (const std::size_t place : places) {
+        number = std::max(number + 1, static_cast<std::int64_t>(place + 1));
         while (taken.contains(u"Scene " + FormatInt(number))) ++number;
-        scenes[i].name = u"Scene " + FormatInt(number);
+        scenes[place].name = u"Scene " + FormatInt(number);
     }
 }
 
-NamedScene ReadNamedScene(const XMLNodePtr& element, std::u16string_view place) {
-    NamedScene read{element->GetString(u"name"), ReadScene(element)};
-    read.scene.backgroundImage = PathInDocument(place, read.scene.backgroundImage);
-    return read;
+std::vector<NamedScene> ReadSceneList(const std::vector<XMLNodePtr>& elements,
+                                      std::u16string_view place) {
+    std::vector<NamedScene> scenes;
+    std::vector<std::size_t> nameless;
+    for (const XMLNodePtr& element : elements) {
+        bool hasName = false;
+        NamedScene read{element->GetString(u"name", {}, &hasName), ReadScene(element)};
+        read.scene.backgroundImage = PathInDocument(place, read.scene.backgroundImage);
+        if (!hasName) nameless.push_back(scenes.size());
+        scenes.push_back(std::move(read));
+    }
+    NameScenes(scenes, nameless);
+    return scenes;
 }
 
 // Whether there is a file to read instead of a text. A name needs no directory and no extension.
@@ -248,11 +256,7 @@ void AddSceneElement(const XMLNodePtr& parent, std::u16string_view name, const S
 }
 
 std::vector<NamedScene> ReadSceneElements(const XMLNodePtr& parent, std::u16string_view place) {
-    std::vector<NamedScene> scenes;
-    for (const XMLNodePtr& element : ChildrenNamed(parent, kSceneName))
-        scenes.push_back(ReadNamedScene(element, place));
-    NameTheNameless(scenes);
-    return scenes;
+    return ReadSceneList(ChildrenNamed(parent, kSceneName), place);
 }
 
 SceneDocument::SceneDocument()
@@ -269,12 +273,8 @@ HRESULT ReadSceneDocument(std::optional<std::u16string_view> textOrFile,
     const std::u16string place = isFile ? AbsoluteFileName(*textOrFile) : std::u16string();
     const XMLNodePtr list = root->Child(kScenesName);
     const XMLNodePtr& working = list ? list : root;
-    if (working->Name() == kSceneName) {
-        scenes->push_back(ReadNamedScene(working, place));
-        NameTheNameless(*scenes);
-    } else {
-        *scenes = ReadSceneElements(working, place);
-    }
+    const bool isOneScene = working->Name() == kSceneName;
+    *scenes = isOneScene ? ReadSceneList({working}, place) : ReadSceneElements(working, place);
     return S_OK;
 }
 

@@ -65,9 +65,9 @@ Scene ReadScene(const XMLParse::XMLNodePtr& element);
 void AddSceneElement(const XMLParse::XMLNodePtr& parent, std::u16string_view name,
                      const Scene& scene);
 
-// All scene elements among the children, in their order. One without a name becomes "Scene N", N
-// being its place among them, or the next number that no other of them has. Pictures of backgrounds
-// are looked for beside the document at `place` if it is known (file_path.h).
+// All scene elements among the children, in their order. One that tells no name becomes "Scene N",
+// N being its place among them, or the next number that no other of them has. Pictures of
+// backgrounds are looked for beside the document at `place` if it is known (file_path.h).
 std::vector<NamedScene> ReadSceneElements(const XMLParse::XMLNodePtr& parent,
                                           std::u16string_view place);
 
