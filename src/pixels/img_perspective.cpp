@@ -122,7 +122,9 @@ ImageStatus ChromaOf(const Warp& warp, int rowShift, ChromaWarp* chroma) {
     const ImageRect& roi = warp.roi;
     chroma->source = {warp.S.nWidth >> 1, AbsHeight(warp.S) >> rowShift};
     chroma->dest = {warp.D.nWidth >> 1, AbsHeight(warp.D) >> rowShift};
-    chroma->roi = {roi.x >> 1, roi.y >> rowShift, roi.width >> 1, roi.height >> rowShift};
+    // A region of one line shows the chroma of its line pair.
+    chroma->roi = {roi.x >> 1, std::min(roi.y >> rowShift, chroma->source.height - 1),
+                   roi.width >> 1, std::max(roi.height >> rowShift, 1)};
     Quad quad = warp.quad;
     for (QuadPoint& point : quad) point = {point.x / 2.0, rowShift == 0 ? point.y : point.y / 2.0};
     return GetPerspectiveTransform(chroma->roi, quad.data(), &chroma->coeffs);

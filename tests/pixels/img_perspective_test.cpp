@@ -99,6 +99,25 @@ TEST(Perspective, PutsTheSourcesCornersOnTheQuadrangles) {
 }
 
 // The edges of a sharp corner end where it ends.
+TEST(Perspective, OneLineOf420HasItsColour) {
+    constexpr BYTE kChroma = 77;
+    for (const std::int32_t line : {0, 7, 31}) {
+        TestPicture from({kFccI420, 32, 32, 0}, 1);
+        TestPicture to({kFccI420, 64, 64, 0}, 2);
+        for (std::int32_t y = 0; y < 32; ++y)
+            for (const std::size_t at : from.Samples(8, y))
+                from.Frame()[at] = y / 2 == line / 2 ? kChroma : BYTE{0};
+        const ImgRect source{8, line, 10, line + 1};
+        const PointD corners[4] = {{10, 10}, {50, 10}, {50, 50}, {10, 50}};
+        ASSERT_EQ(Img_Perspective(from.Frame(), to.Frame(), &from.props, &to.props, corners,
+                                  &source, nullptr, true, 2, nullptr),
+                  S_OK);
+        const std::vector<std::size_t> middle = to.Samples(30, 30);
+        EXPECT_EQ(to.Frame()[middle[1]], kChroma) << line;
+        EXPECT_EQ(to.Frame()[middle[2]], kChroma) << line;
+    }
+}
+
 TEST(Perspective, TouchesNothingBesideItsBound) {
     for (const auto& [view, horz, vert] :
          {std::array{60.0, 60.0, 60.0}, {40.0, 75.0, 60.0}, {40.0, -60.0, 40.0}}) {
