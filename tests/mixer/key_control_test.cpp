@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
+#include <random>
 #include <string>
 #include <thread>
 
@@ -73,6 +75,37 @@ TEST_F(Keyed, SpillOfAStillPictureIsRemovedOnce) {
     EXPECT_EQ(Shown(), first);
     ASSERT_EQ(filter.SetChromaKey(&settings), S_OK);
     EXPECT_EQ(Shown(), first);
+}
+
+TEST_F(Keyed, AnyBitsInTheSettingsLeaveTheMixRunning) {
+    std::mt19937 random(23);
+    for (int run = 0; run < 60; ++run) {
+        ChromaKeySettings settings;
+        auto* const words = reinterpret_cast<std::uint32_t*>(&settings);
+        for (std::size_t i = 0; i < sizeof(settings) / 4; ++i)
+            words[i] = static_cast<std::uint32_t>(random()) >> (random() % 2 ? 0 : 24);
+        if (run % 3 != 0) settings.keyType = 2 + run % 3;
+        ASSERT_EQ(filter.SetChromaKey(&settings), S_OK);
+        ChromaKeySettings read{};
+        ASSERT_EQ(filter.GetChromaKey(&read), S_OK);
+        EXPECT_EQ(std::memcmp(&read, &settings, sizeof(read)), 0);
+        const std::size_t before = filter.output.FrameCount();
+        filter.Compose(1, 10);
+        ASSERT_EQ(filter.output.FrameCount(), before + 1);
+    }
+}
+
+TEST_F(Keyed, AFormatWithoutARouteIsShownWholeAndAShortFrameNotAtAll) {
+    const ChromaKeySettings settings = KeyOf(50);
+    ASSERT_EQ(filter.SetChromaKey(&settings), S_OK);
+    FakeFilter::Connect(filter.In(1), {kFccI420, 64, 32, 64});
+    ASSERT_EQ(filter.Send(1, 128, 1), S_OK);
+    EXPECT_NEAR(Shown(), 130, 4);  // grey of the studio's range
+    FakeFilter::Connect(filter.In(1), kPicture);
+    const MediaFrame frame = MakeFrame(50, 2 * kFrame, 3 * kFrame);
+    FakeSample::Of(frame).length = 64;
+    (void)filter.SendFrame(1, frame);
+    EXPECT_EQ(Shown(), 10);
 }
 
 TEST_F(Keyed, NothingIsDoneWithoutAStreamOrAPlace) {
