@@ -1,6 +1,8 @@
 #include "pixels/chroma_key/spill_uv.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstring>
 
 namespace qdvm {
 
@@ -45,17 +47,64 @@ Sample LumaOf(const UvSpill& spill, int value, int m) {
     return Limit((value * std::max<Wide>(strength + 255, 0) + 255) >> 8);
 }
 
-// The results for one value of the spill plane: of luma, of U, of V.
-const Sample* TableOf(const UvSpill& spill, int m, Sample* table) {
+// In the first bytes of the table, one for each value of the spill plane: pairs that were worked
+// out without results, or that there are results.
+constexpr Sample kHasResults = 255;
+constexpr std::ptrdiff_t kMostPairsWithout = 128;  // making the results costs about as much
+
+// The results for one value of the spill plane: of luma, of U, of V. Null while so few pairs have
+// it, as on edges, that each is better worked out by itself.
+const Sample* ResultsOf(const UvSpill& spill, int m, std::ptrdiff_t pairs, Sample* table) {
     Sample* const rows = table + 256 + m * std::ptrdiff_t{3 * 256};
-    if (table[m] != 0) return rows;
+    if (table[m] == kHasResults) return rows;
+    if (table[m] + pairs <= kMostPairsWithout) {
+        table[m] = static_cast<Sample>(table[m] + pairs);
+        return nullptr;
+    }
     for (int value = 0; value < 256; ++value) {
         if (spill.luma != 0) rows[value] = LumaOf(spill, value, m);
         rows[256 + value] = ChromaOf(spill, value, m, true);
         rows[512 + value] = ChromaOf(spill, value, m, false);
     }
-    table[m] = 1;
+    table[m] = kHasResults;
     return rows;
+}
+
+void WorkOut(const UvSpill& spill, Sample* packed, int m, std::ptrdiff_t pairs) {
+    Sample* const luma = packed + (spill.lumaFirst ? 0 : 1);
+    Sample* const chroma = packed + (spill.lumaFirst ? 1 : 0);
+    for (std::ptrdiff_t i = 0; i < 4 * pairs; i += 4) {
+        chroma[i] = ChromaOf(spill, chroma[i], m, true);
+        chroma[i + 2] = ChromaOf(spill, chroma[i + 2], m, false);
+        if (spill.luma == 0) continue;
+        luma[i] = LumaOf(spill, luma[i], m);
+        luma[i + 2] = LumaOf(spill, luma[i + 2], m);
+    }
+}
+
+// Groups of packed 4:2:2 with new chroma, U from bit kShift of a group on; two groups at a time in
+// one word, which costs half the accesses.
+template <int kShift>
+void MapChroma(Sample* packed, std::ptrdiff_t pairs, const Sample* ofU, const Sample* ofV) {
+    static_assert(std::endian::native == std::endian::little);
+    constexpr std::uint64_t kChroma = std::uint64_t{0x00ff00ff00ff00ff} << kShift;
+    const auto mapped = [](const Sample* table, std::uint64_t groups, int shift) {
+        return std::uint64_t{table[groups >> shift & 0xff]} << shift;
+    };
+    std::ptrdiff_t i = 0;
+    for (; i + 2 <= pairs; i += 2) {
+        std::uint64_t groups = 0;
+        std::memcpy(&groups, packed + 4 * i, sizeof(groups));
+        const std::uint64_t chroma =
+            mapped(ofU, groups, kShift) | mapped(ofV, groups, kShift + 16) |
+            mapped(ofU, groups, kShift + 32) | mapped(ofV, groups, kShift + 48);
+        groups = (groups & ~kChroma) | chroma;
+        std::memcpy(packed + 4 * i, &groups, sizeof(groups));
+    }
+    if (i == pairs) return;
+    Sample* const last = packed + 4 * i + kShift / 8;
+    last[0] = ofU[last[0]];
+    last[2] = ofV[last[2]];
 }
 
 }  // namespace
@@ -75,22 +124,24 @@ UvSpill MakeUvSpill(const ChromaKeyEntry& entry, std::uint32_t colour,
 
 void ApplyUvSpill(const UvSpill& spill, Sample* packed, const Sample* amount, std::int32_t pairs,
                   Sample* table) {
-    Sample* const luma = packed + (spill.lumaFirst ? 0 : 1);
-    Sample* const chroma = packed + (spill.lumaFirst ? 1 : 0);
     // Wall and subject have long runs of one value each.
     for (std::ptrdiff_t i = 0; i < pairs;) {
         const int m = amount[i];
-        const Sample* const results = TableOf(spill, m, table);
-        const Sample* const ofU = results + 256;
-        const Sample* const ofV = results + 512;
         const std::ptrdiff_t start = i;
-        for (; i < pairs && amount[i] == m; ++i) {
-            chroma[4 * i] = ofU[chroma[4 * i]];
-            chroma[4 * i + 2] = ofV[chroma[4 * i + 2]];
+        while (i < pairs && amount[i] == m) ++i;
+        Sample* const run = packed + 4 * start;
+        const Sample* const results = ResultsOf(spill, m, i - start, table);
+        if (!results) {
+            WorkOut(spill, run, m, i - start);
+            continue;
         }
+        (spill.lumaFirst ? MapChroma<8> : MapChroma<0>)(run, i - start, results + 256,
+                                                        results + 512);
         // Without strength luma stays as it is.
         if (spill.luma == 0) continue;
-        for (std::ptrdiff_t at = 2 * start; at < 2 * i; ++at) luma[2 * at] = results[luma[2 * at]];
+        Sample* const luma = run + (spill.lumaFirst ? 0 : 1);
+        for (std::ptrdiff_t at = 0; at < 2 * (i - start); ++at)
+            luma[2 * at] = results[luma[2 * at]];
     }
 }
 
