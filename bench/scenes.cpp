@@ -10,6 +10,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdio>
+#include <ctime>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -80,17 +81,35 @@ void AddScenes(MixerRun& run, const Layout& layout) {
     (void)run.Scenes()->AddCurrentScene(CountedString(u"b").Get(), nullptr);
 }
 
-// The longest call in periods.
-double SelectUntil(MixerRun& run, const std::atomic<bool>& isOver, LONG milliseconds) {
-    double longest = 0;
+// Processor time of the calling thread.
+double ThreadSeconds() {
+    timespec time{};
+    (void)clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
+double Periods(double seconds) { return seconds / std::chrono::duration<double>(kPeriod).count(); }
+
+// The longest calls, in periods.
+struct Calls {
+    double wall = 0;
+    // Processor time of a scene without a picture: nearly all of it is what frames wait for.
+    double work = 0;
+};
+
+Calls SelectUntil(MixerRun& run, const std::atomic<bool>& isOver, LONG milliseconds) {
+    Calls longest;
     for (int i = 0; !isOver; ++i) {
-        const CountedString name(i % 2 == 0 ? u"a" : u"b");
+        const bool hasPicture = i % 2 != 0;
+        const CountedString name(hasPicture ? u"b" : u"a");
+        const double before = ThreadSeconds();
         const Spent spent =
             Measure([&] { (void)run.Scenes()->SelectScene2(name.Get(), milliseconds); });
-        longest = std::max(longest, spent.wall);
+        longest.wall = std::max(longest.wall, Periods(spent.wall));
+        if (!hasPicture) longest.work = std::max(longest.work, Periods(ThreadSeconds() - before));
         std::this_thread::sleep_for(kBetweenScenes);
     }
-    return longest / std::chrono::duration<double>(kPeriod).count();
+    return longest;
 }
 
 }  // namespace
@@ -100,26 +119,28 @@ void ReportScenes() {
                 kStreams, kRects, static_cast<int>(kBetweenScenes.count()));
     std::printf("1280x720, every second one with a picture file behind it; in periods of %d ms\n",
                 static_cast<int>(kPeriod.count()));
-    std::printf("%-14s %11s %12s %13s\n", "", "usual gap", "longest gap", "longest call");
+    std::printf("%-14s %11s %12s %13s %13s\n", "", "usual gap", "longest gap", "longest call",
+                "cpu of a call");
     const Layout layout = Grid(160, 90, 1280, 720, kStreams);
     MixerRun run(layout, kFccI420);
     FrameTimes times;
     AddScenes(run, layout);
     run.Sink().onFrame = [&](IMediaSample*) { times.Note(); };
-    const auto print = [&](const char* name, double longestCall) {
+    const auto print = [&](const char* name, const Calls& longest) {
         const Spread gaps = times.Gaps();
-        std::printf("%-14s %11.2f %12.2f %13.2f\n", name, gaps.middle, gaps.high, longestCall);
+        std::printf("%-14s %11.2f %12.2f %13.2f %13.3f\n", name, gaps.middle, gaps.high,
+                    longest.wall, longest.work);
     };
     SendPaced(run, kFrames);
-    print("none selected", 0);
+    print("none selected", {});
     for (const LONG milliseconds : {0, 400}) {
         std::atomic<bool> isOver{false};
-        double longestCall = 0;
-        std::thread selects([&] { longestCall = SelectUntil(run, isOver, milliseconds); });
+        Calls longest;
+        std::thread selects([&] { longest = SelectUntil(run, isOver, milliseconds); });
         SendPaced(run, kFrames);
         isOver = true;
         selects.join();
-        print(milliseconds == 0 ? "at once" : "in 400 ms", longestCall);
+        print(milliseconds == 0 ? "at once" : "in 400 ms", longest);
     }
     run.Sink().onFrame = nullptr;
     std::printf("\n");
