@@ -96,7 +96,7 @@ void ReportStreams();
 void ReportLayouts();
 void ReportBlends();
 void ReportChromaKey();
-void ReportKeyThreads();  // a part of it
+void ReportKeyThreads();   // a part of it
 void ReportConversions();  // with libyuv and libswscale
 void ReportScaling();      // with libyuv and OpenCV
 void ReportScenes();

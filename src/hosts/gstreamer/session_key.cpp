@@ -34,7 +34,8 @@ std::string FaultOf(const BorderColour& found, HRESULT result) {
     if (!found.isOne)
         return "its border is not of one colour: only " + PercentText(found.share) +
                " of it are near " + ColourText(found.colour);
-    if (!found.isColourful) return "its border, " + ColourText(found.colour) + ", has hardly any colour";
+    if (!found.isColourful)
+        return "its border, " + ColourText(found.colour) + ", has hardly any colour";
     return {};
 }
 
