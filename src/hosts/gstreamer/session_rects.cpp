@@ -80,7 +80,14 @@ void Session::CommitChanges() {
 void Session::BeforeFrame(std::uint64_t frame) {
     const GstClockTime time = TimeOf(frame);
     SyncControlled(time);
+    // What was set before lies below what a watcher does to the mixer itself, such as selecting a
+    // scene; what the watcher sets is for this frame too.
+    ApplyDueChanges(frame);
     g_signal_emit_by_name(element, "before-frame", time);
+    ApplyDueChanges(frame);
+}
+
+void Session::ApplyDueChanges(std::uint64_t frame) {
     const std::scoped_lock layout(layoutMutex);
     {
         const Lock lock(mutex);

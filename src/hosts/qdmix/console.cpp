@@ -57,6 +57,12 @@ ExitStatus Console::Tell(const Failure& failure) {
     return failure.status;
 }
 
+void Console::TellFaults(const std::string& lines) {
+    if (!lines.empty()) {
+        Write(lines);
+    }
+}
+
 void Console::Warn(const std::string& lines) {
     if (!isQuiet && !lines.empty()) {
         Write(lines);

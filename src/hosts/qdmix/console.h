@@ -22,6 +22,7 @@ public:
     ExitStatus Tell(const Failure& failure);
 
     // Whole lines, or nothing.
+    void TellFaults(const std::string& lines);
     void Warn(const std::string& lines);  // not with --quiet
     void Note(const std::string& lines);  // with --verbose
 

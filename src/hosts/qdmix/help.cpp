@@ -51,6 +51,8 @@ constexpr std::array kExamples = {
     Entry{"qdmix --background sky.jpg --target 640x360+320+180 --move 'turn=40,0 alpha=0.7@1+2'"
           " a.webm --size 1280x720 -o m.webm",
           "a clip over a picture; it turns and grows fainter"},
+    Entry{"qdmix --scenes show.xml --script show.cue a.webm b.webm --size 1280x720 -o m.webm",
+          "a show: its layouts from a document, its changes from a cue sheet"},
     Entry{"qdmix set.webm --key green,softness=2,spill=0.6 presenter.webm -o m.webm",
           "somebody before a green wall put on a set"},
     Entry{
@@ -67,8 +69,9 @@ constexpr std::array kStatuses = {
     Entry{"130, 143", "finished early after a signal (INT, TERM); the file is good"},
 };
 
-constexpr std::array kGroups = {OptionGroup::kOutput, OptionGroup::kMix,    OptionGroup::kRect,
-                                OptionGroup::kInput,  OptionGroup::kReport, OptionGroup::kGeneral};
+constexpr std::array kGroups = {OptionGroup::kOutput, OptionGroup::kMix,   OptionGroup::kShow,
+                                OptionGroup::kRect,   OptionGroup::kInput, OptionGroup::kReport,
+                                OptionGroup::kGeneral};
 
 // Terms and texts of the words of --key.
 std::vector<std::pair<std::string, std::string>> KeyEntries() {

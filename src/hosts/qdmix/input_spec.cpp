@@ -1,5 +1,7 @@
 #include "hosts/qdmix/input_spec.h"
 
+#include "hosts/qdmix/json.h"
+
 #include "hosts/qdmix/gst_handles.h"
 
 #include <algorithm>
@@ -109,16 +111,21 @@ std::optional<Failure> ParseInput(int number, const std::string& text, InputSpec
     return std::nullopt;
 }
 
-std::string TestPictureList() {
-    std::string out;
+std::string TestPictureList(bool isJson) {
+    std::string out = isJson ? "[" : "";
     const GEnumClass* patterns = TestPatterns();
     for (guint i = 0; patterns != nullptr && i < patterns->n_values; ++i) {
         const GEnumValue& value = patterns->values[i];
         std::string name = std::string("test:") + value.value_nick;
-        name.resize(std::max<std::size_t>(name.size() + 1, 24), ' ');
-        out += name + value.value_name + "\n";
+        if (isJson) {
+            out += std::string(i > 0 ? ",\n" : "\n") + "  {\"name\": " + JsonText(name) +
+                   ", \"description\": " + JsonText(value.value_name) + "}";
+        } else {
+            name.resize(std::max<std::size_t>(name.size() + 1, 24), ' ');
+            out += name + value.value_name + "\n";
+        }
     }
-    return out;
+    return isJson ? out + "\n]\n" : out;
 }
 
 }  // namespace qdvm::qdmix

@@ -34,6 +34,6 @@ struct InputSpec {
 std::optional<Failure> ParseInput(int number, const std::string& text, InputSpec& spec);
 
 // The names of test pictures, with a sentence each, as lines for the user.
-std::string TestPictureList();
+std::string TestPictureList(bool isJson);
 
 }  // namespace qdvm::qdmix

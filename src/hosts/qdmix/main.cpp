@@ -6,6 +6,7 @@
 #include "hosts/qdmix/mix_command.h"
 #include "hosts/qdmix/options.h"
 #include "hosts/qdmix/output_spec.h"
+#include "hosts/qdmix/show.h"
 
 #include <qdvideomixer/version.h>
 
@@ -49,12 +50,35 @@ std::optional<std::string> OwnText(Request request) {
     }
 }
 
+int PrintScenes(const CommandLine& line) {
+    std::string list;
+    if (const auto failure = ListScenes(line, list)) {
+        return Finish(*failure);
+    }
+    return Print(list);
+}
+
+// A fault in a file is the answer to the question, and a missing file is none.
+int Check(const CommandLine& line) {
+    const CheckOutcome outcome = CheckFiles(line);
+    (void)std::fputs(outcome.faults.c_str(), stderr);
+    const int printed = Print(outcome.good);
+    if (outcome.isUnreadable) {
+        return static_cast<int>(ExitStatus::kInput);
+    }
+    return outcome.faults.empty() ? printed : static_cast<int>(ExitStatus::kFailed);
+}
+
 int Serve(const CommandLine& line) {
     switch (line.request) {
+        case Request::kListScenes:
+            return PrintScenes(line);
+        case Request::kCheck:
+            return Check(line);
         case Request::kListFormats:
-            return Print(FormatList());
+            return Print(FormatList(line.isJson));
         case Request::kListInputs:
-            return Print(TestPictureList());
+            return Print(TestPictureList(line.isJson));
         default:
             return static_cast<int>(Mix(line));
     }

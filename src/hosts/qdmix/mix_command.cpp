@@ -5,6 +5,7 @@
 #include "hosts/qdmix/pictures.h"
 #include "hosts/qdmix/plan.h"
 #include "hosts/qdmix/probe.h"
+#include "hosts/qdmix/show.h"
 #include "hosts/qdmix/written_files.h"
 
 #include <unistd.h>
@@ -19,10 +20,14 @@ namespace {
 
 class Command {
 public:
-    explicit Command(const CommandLine& theLine)
-        : line(theLine), console(theLine), files(theLine) {}
+    explicit Command(const CommandLine& theLine) : line(theLine), console(theLine), files(line) {}
 
     ExitStatus Run() {
+        std::string faults;
+        if (auto failure = PrepareShow(line, show, faults)) {
+            console.TellFaults(faults);
+            return console.Tell(*failure);
+        }
         // All inputs are looked at, so that one run names all that is wrong.
         ExitStatus status = OpenInputs();
         if (status != ExitStatus::kDone) {
@@ -96,7 +101,7 @@ private:
             [this](const Failure& failure) { (void)console.Tell(failure); },
             [this] { Quit(); },
         };
-        MixRun run(plan, output, hooks);
+        MixRun run(plan, show, output, hooks);
         auto failure = run.Build(files.FilmPath());
         if (!failure) {
             failure = run.Run();
@@ -110,6 +115,9 @@ private:
         }
         if (!failure) {
             failure = stillFailure;
+        }
+        if (!failure) {
+            failure = run.SaveDocuments(line.saveScenes, line.saveConfig);
         }
         if (failure) {
             return console.Tell(*failure);
@@ -133,7 +141,8 @@ private:
             case SIGTERM:
                 return ExitStatus::kTerminated;
             default:
-                return run.HasLostInput() ? ExitStatus::kFailed : ExitStatus::kDone;
+                return run.HasLostInput() || run.HasMissedCue() ? ExitStatus::kFailed
+                                                                : ExitStatus::kDone;
         }
     }
 
@@ -145,7 +154,8 @@ private:
         std::_Exit(static_cast<int>(console.Tell(failure)));
     }
 
-    const CommandLine& line;
+    CommandLine line;  // with what the show adds to it
+    Show show;
     Console console;
     std::vector<OpenedInput> inputs;
     Plan plan;

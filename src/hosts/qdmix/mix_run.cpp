@@ -2,6 +2,11 @@
 
 #include "hosts/qdmix/branches.h"
 #include "hosts/qdmix/mixer_settings.h"
+#include "hosts/qdmix/scene_shelf.h"
+#include "platform/counted_string.h"
+#include "platform/text.h"
+
+#include <qdvideomixer/persist.h>
 
 #include <glib-unix.h>
 
@@ -34,10 +39,24 @@ bool IsBelow(GstObject* object, std::string_view branch) {
     return false;
 }
 
+// Another interface of the mixer in the element; null if it has none.
+template <class Interface>
+Ref<Interface> Control(GstElement* element, const GUID& iid) {
+    IQDVideoMixer* control = nullptr;
+    g_object_get(element, "mixer", &control, nullptr);
+    Ref<Interface> wanted;
+    if (control == nullptr || Failed(control->QueryInterface(iid, wanted.PutVoid()))) {
+        (void)wanted.Detach();
+    }
+    return wanted;
+}
+
 }  // namespace
 
-MixRun::MixRun(const Plan& thePlan, const OutputSpec& theOutput, const RunHooks& theHooks)
+MixRun::MixRun(const Plan& thePlan, const Show& theShow, const OutputSpec& theOutput,
+               const RunHooks& theHooks)
     : plan(thePlan),
+      show(theShow),
       output(theOutput),
       hooks(theHooks),
       pipeline(gst_pipeline_new("mix")),
@@ -63,6 +82,10 @@ std::optional<Failure> MixRun::Build(const std::filesystem::path& path) {
         }
     }
     SetUpMixer();
+    if (auto fault = LoadDocuments()) {
+        return fault;
+    }
+    player = std::make_unique<CuePlayer>(plan, show.cues, mixer, pads);
     return AddOutput(path);
 }
 
@@ -87,6 +110,73 @@ std::optional<Failure> MixRun::AddInput(const PlannedInput& input) {
                        "the mixer refuses its pictures"};
     }
     return std::nullopt;
+}
+
+// They have been read before; what is wrong with them now has come since.
+std::optional<Failure> MixRun::LoadDocuments() {
+    const Ref<IQPersist> persist = Control<IQPersist>(mixer, IID_IQPersist);
+    const Ref<IQDVideoMixerScene> scenes =
+        Control<IQDVideoMixerScene>(mixer, IID_IQDVideoMixerScene);
+    if (!persist || !scenes) {
+        return Failure{ExitStatus::kFailed, "", "no mixer", "out of memory"};
+    }
+    const auto refused = [](const std::string& file, HRESULT result) {
+        return Failure{ExitStatus::kInput, file, "can't be opened", WhyRefused(result)};
+    };
+    if (!show.setup.empty()) {
+        const CountedString file(FromUtf8(show.setup));
+        const HRESULT result = persist->PersistLoad(nullptr, file.Get(), nullptr);
+        if (Failed(result)) {
+            return refused(show.setup, result);
+        }
+    }
+    for (const std::string& name : show.sceneFiles) {
+        const HRESULT result = scenes->LoadScenes(CountedString(FromUtf8(name)).Get(), 0);
+        if (Failed(result)) {
+            return refused(name, result);
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<Failure> MixRun::SaveDocuments(const std::string& scenesFile,
+                                             const std::string& setupFile) {
+    const auto refused = [](const char* option, const std::string& file, HRESULT result) {
+        return Failure{ExitStatus::kOutput, option + file, "can't be written", WhyRefused(result)};
+    };
+    if (!scenesFile.empty()) {
+        CountedString text;
+        HRESULT result = Control<IQDVideoMixerScene>(mixer, IID_IQDVideoMixerScene)
+                             ->SaveScenes(nullptr, text.Put());
+        result = Succeeded(result) ? WriteDocument(scenesFile, text.View()) : result;
+        if (Failed(result)) {
+            return refused("--save-scenes ", scenesFile, result);
+        }
+    }
+    if (!setupFile.empty()) {
+        const HRESULT result =
+            Control<IQPersist>(mixer, IID_IQPersist)
+                ->PersistSaveToFile(nullptr, CountedString(FromUtf8(setupFile)).Get(), nullptr);
+        if (Failed(result)) {
+            return refused("--save-config ", setupFile, result);
+        }
+    }
+    return std::nullopt;
+}
+
+// What the cues left to be done where no frame waits for it.
+void MixRun::PassCues() {
+    for (const CueDocument& document : player->TakeDocuments()) {
+        if (Failed(WriteDocument(document.file, document.text))) {
+            hasMissedCue = true;
+            hooks.onInputLost({ExitStatus::kOutput, document.subject,
+                               "'" + document.file + "' can't be written", ""});
+        }
+    }
+    for (const std::string& fault : player->TakeFaults()) {
+        hasMissedCue = true;
+        hooks.onChoice(fault);
+    }
 }
 
 void MixRun::SetUpMixer() {
@@ -146,6 +236,7 @@ std::optional<Failure> MixRun::Run() {
     (void)gst_element_set_state(pipeline.get(), GST_STATE_PLAYING);
     g_main_loop_run(loop.get());
     PassStills();
+    PassCues();
     return failure;
 }
 
@@ -190,6 +281,7 @@ std::string MixRun::ShortInputs() const {
 gboolean MixRun::OnTick(gpointer data) {
     MixRun& run = *static_cast<MixRun*>(data);
     run.PassStills();
+    run.PassCues();
     run.hooks.onProgress(run.Report());
     return G_SOURCE_CONTINUE;
 }

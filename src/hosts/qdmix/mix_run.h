@@ -2,11 +2,13 @@
 
 // One mix from start to end.
 
+#include "hosts/qdmix/cue_player.h"
 #include "hosts/qdmix/failure.h"
 #include "hosts/qdmix/gst_handles.h"
 #include "hosts/qdmix/output_spec.h"
 #include "hosts/qdmix/plan.h"
 #include "hosts/qdmix/progress.h"
+#include "hosts/qdmix/show.h"
 #include "hosts/qdmix/timeline.h"
 
 #include <chrono>
@@ -32,7 +34,8 @@ struct RunHooks {
 class MixRun {
 public:
     // All must live as long as the run. `path` is where a file goes.
-    MixRun(const Plan& thePlan, const OutputSpec& theOutput, const RunHooks& theHooks);
+    MixRun(const Plan& thePlan, const Show& theShow, const OutputSpec& theOutput,
+           const RunHooks& theHooks);
     ~MixRun();
     MixRun(const MixRun&) = delete;
     MixRun& operator=(const MixRun&) = delete;
@@ -46,6 +49,11 @@ public:
     int Signal() const { return signal; }
 
     bool HasLostInput() const { return hasLostInput; }
+    bool HasMissedCue() const { return hasMissedCue; }
+
+    // After the run: the scenes and the whole setup as documents. An empty name: none.
+    std::optional<Failure> SaveDocuments(const std::string& scenesFile,
+                                         const std::string& setupFile);
 
     MixReport Report() const;
 
@@ -56,6 +64,8 @@ private:
     std::optional<Failure> AddInput(const PlannedInput& input);
     std::optional<Failure> AddOutput(const std::filesystem::path& path);
     void SetUpMixer();
+    std::optional<Failure> LoadDocuments();
+    void PassCues();
 
     void Watch();
     void StopWatching();
@@ -82,18 +92,21 @@ private:
     bool IsInOutput(GstObject* object) const;
 
     const Plan& plan;
+    const Show& show;
     const OutputSpec& output;
     const RunHooks& hooks;
     GstHandle<GstElement> pipeline;
     GstElement* mixer = nullptr;  // belongs to the pipeline
     std::vector<GstHandle<GstPad>> pads;
     std::unique_ptr<Timeline> timeline;
+    std::unique_ptr<CuePlayer> player;
     GstHandle<GMainLoop> loop;
     std::vector<guint> sources;  // of the main loop
     std::chrono::steady_clock::time_point started;
     std::optional<Failure> failure;
     int signal = 0;
     bool hasLostInput = false;
+    bool hasMissedCue = false;
 };
 
 }  // namespace qdvm::qdmix

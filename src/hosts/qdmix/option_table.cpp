@@ -1,6 +1,7 @@
 #include "hosts/qdmix/options.h"
 
 #include <array>
+#include <cstdint>
 #include <utility>
 
 namespace qdvm::qdmix {
@@ -52,22 +53,11 @@ bool TakeSize(OptionTarget target, std::string_view value) {
     return size && IsEven(*size) && StoreParsed(target.line.size, size);
 }
 
-// A colour, "none" or the name of a file.
-std::optional<Background> ParseBackground(std::string_view text) {
-    if (text == "none") {
-        return Background{};
-    }
-    if (const std::optional<std::uint32_t> colour = ParseColour(text)) {
-        return Background{colour, {}};
-    }
-    const bool isFile = !text.empty() && text[0] != '#';
-    return isFile ? std::optional(Background{{}, std::string(text)}) : std::nullopt;
-}
-
 bool TakeBackground(OptionTarget target, std::string_view value) {
     const std::optional<Timed> timed = ParseTimed(value);
     const std::optional<Background> background = ParseBackground(timed ? timed->what : value);
     if (!background || !timed) {
+        target.line.hasBackground = background.has_value();
         return StoreParsed(target.line.background, background);
     }
     std::vector<BackgroundChange>& changes = target.line.backgroundChanges;
@@ -121,6 +111,29 @@ bool TakeKey(OptionTarget target, std::string_view value) {
     const std::optional<std::string> fault = ParseKey(text + std::string(value), &key);
     target.why = fault.value_or("");
     return !fault;
+}
+
+bool AddName(std::vector<std::string>& names, std::string_view value) {
+    if (!value.empty()) {
+        names.emplace_back(value);
+    }
+    return !value.empty();
+}
+
+bool TakeFade(OptionTarget target, std::string_view value) {
+    const std::optional<int> milliseconds = ParseInteger(value);
+    return milliseconds && *milliseconds >= 0 &&
+           Store(target.line.fade, std::int64_t{*milliseconds} * 1'000'000);
+}
+
+bool TakeCheck(OptionTarget target, std::string_view value) {
+    target.line.request = Request::kCheck;
+    return AddName(target.line.checks, value);
+}
+
+template <std::string CommandLine::*kName>
+bool TakeFileName(OptionTarget target, std::string_view value) {
+    return TakeName(target.line.*kName, value);
 }
 
 bool TakeWait(OptionTarget target, std::string_view value) {
@@ -209,6 +222,40 @@ constexpr std::array kTable = {
     OptionRow{0, "duration", "TIME", OptionGroup::kMix, "until the last file has ended",
         "Length of the mix: seconds or [H:]M:S.", nullptr, "give seconds or [H:]M:S, above 0",
         TakeDuration},
+
+    OptionRow{0, "scenes", "FILE", OptionGroup::kShow, nullptr,
+        "Read a document of scenes, beside the scenes that are built in. Can be given several times.",
+        "FILE", "give the name of a file",
+        [](OptionTarget target, std::string_view value) {
+            return AddName(target.line.scenes, value);
+        }},
+    OptionRow{0, "scene", "NAME", OptionGroup::kShow, "what the options of the inputs say",
+        "Begin with this layout.", nullptr, "give one of the names of --list-scenes",
+        TakeFileName<&CommandLine::scene>},
+    OptionRow{0, "fade", "MS", OptionGroup::kShow, "0",
+        "How long the inputs take to come from their own places to those of --scene, in"
+        " milliseconds.",
+        nullptr, "give a number of milliseconds from 0", TakeFade},
+    OptionRow{0, "script", "FILE", OptionGroup::kShow, nullptr,
+        "Follow a cue sheet: scenes, moves, backgrounds, keys and stills at their times.",
+        "FILE", "give the name of a file", TakeFileName<&CommandLine::script>},
+    OptionRow{0, "config", "FILE", OptionGroup::kShow, nullptr,
+        "Begin with a whole setup: its layout, order of drawing and scenes, and its background, size"
+        " and rate where no option tells of them.",
+        "FILE", "give the name of a file", TakeFileName<&CommandLine::config>},
+    OptionRow{0, "save-scenes", "FILE", OptionGroup::kShow, nullptr,
+        "At the end, write all scenes but the built-in ones as a document.", "FILE",
+        "give the name of a file", TakeFileName<&CommandLine::saveScenes>},
+    OptionRow{0, "save-config", "FILE", OptionGroup::kShow, nullptr,
+        "At the end, write the whole setup as a document.", "FILE", "give the name of a file",
+        TakeFileName<&CommandLine::saveConfig>},
+    OptionRow{0, "list-scenes", nullptr, OptionGroup::kShow, nullptr,
+        "List the scenes that are built in and those of --scenes and --config, and leave.", nullptr,
+        nullptr, TakeRequest<Request::kListScenes>},
+    OptionRow{0, "check", "FILE", OptionGroup::kShow, nullptr,
+        "Look hard at a document of scenes, a setup or a cue sheet, tell all that is wrong with it,"
+        " and leave. Can be given several times.",
+        "FILE", "give the name of a file", TakeCheck},
 
     OptionRow{0, "source", "WxH+X+Y", OptionGroup::kRect, "the whole picture",
         "Show only this part of the picture.", nullptr, "give WxH+X+Y, as 320x240+16+0", nullptr},
@@ -305,6 +352,9 @@ constexpr std::array kTable = {
         "Tell what the mixer does with every frame.", nullptr, nullptr,
         TakeSwitch<&CommandLine::trace>},
 
+    OptionRow{0, "json", nullptr, OptionGroup::kReport, nullptr, "Write lists as JSON.", nullptr,
+        nullptr, TakeSwitch<&CommandLine::isJson>},
+
     OptionRow{'h', "help", nullptr, OptionGroup::kGeneral, nullptr, "This text.", nullptr, nullptr,
         TakeRequest<Request::kHelp>},
     OptionRow{'V', "version", nullptr, OptionGroup::kGeneral, nullptr, "The version.", nullptr,
@@ -328,6 +378,8 @@ const char* TitleOf(OptionGroup group) {
             return "Output";
         case OptionGroup::kMix:
             return "The mix";
+        case OptionGroup::kShow:
+            return "Scenes and shows";
         case OptionGroup::kRect:
             return "How an input is shown (before the input they belong to)";
         case OptionGroup::kInput:

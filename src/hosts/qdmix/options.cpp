@@ -117,6 +117,9 @@ private:
         if (line.sheet.empty() && line.sheetMoments != CommandLine{}.sheetMoments) {
             return Refused("--moments", "there is no sheet to show them", "give --sheet FILE");
         }
+        if (line.scene.empty() && line.fade != 0) {
+            return Refused("--fade", "there is nothing to fade to", "give --scene NAME");
+        }
         if (!line.sheet.empty() && (line.output == "-" || line.output == "window")) {
             return Refused("--sheet", "needs an output file");
         }

@@ -34,14 +34,6 @@ struct InputArgument {
     InputOptions options;
 };
 
-// What lies under all inputs: a colour, a picture, or neither.
-struct Background {
-    std::optional<std::uint32_t> colour;  // 0xAARRGGBB
-    std::string picture;                  // name of a file
-
-    bool operator==(const Background&) const = default;
-};
-
 struct BackgroundChange {
     Background to;
     Span span;
@@ -66,6 +58,8 @@ enum class Request {
     kVersion,
     kListFormats,
     kListInputs,
+    kListScenes,
+    kCheck,
     kManPage,
     kBashCompletion,
 };
@@ -82,15 +76,25 @@ struct CommandLine {
     std::optional<Size> size;
     std::optional<Rate> rate;
     Background background = {0xFF000000, {}};
+    bool hasBackground = false;                       // an option told of it
     std::vector<BackgroundChange> backgroundChanges;  // in the order of their start
     std::optional<std::int64_t> duration;             // nanoseconds
+    std::vector<std::string> scenes;                  // files
+    std::string scene;                                // its name
+    std::int64_t fade = 0;                            // nanoseconds
+    std::string script;
+    std::string config;
+    std::string saveScenes;
+    std::string saveConfig;
+    std::vector<std::string> checks;
+    bool isJson = false;  // of lists
     ProgressMode progress = ProgressMode::kAutomatic;
     bool quiet = false;
     bool verbose = false;
     bool trace = false;
 };
 
-enum class OptionGroup { kOutput, kMix, kRect, kInput, kReport, kGeneral };
+enum class OptionGroup { kOutput, kMix, kShow, kRect, kInput, kReport, kGeneral };
 
 // Options of the groups kRect and kInput go to `input`, the options of the next input on the
 // command line.

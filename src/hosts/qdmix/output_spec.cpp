@@ -1,5 +1,7 @@
 #include "hosts/qdmix/output_spec.h"
 
+#include "hosts/qdmix/json.h"
+
 #include "hosts/qdmix/gst_handles.h"
 
 #include <algorithm>
@@ -7,6 +9,7 @@
 #include <cctype>
 #include <filesystem>
 #include <string_view>
+#include <utility>
 
 namespace qdvm::qdmix {
 
@@ -137,7 +140,34 @@ std::string EncoderCapsText(const Encoding& encoding, Size mixSize) {
            (mixSize.height > kLastHeightOfBt601 ? "bt709" : "bt601");
 }
 
-std::string FormatList() {
+namespace {
+
+std::string FormatListAsJson() {
+    std::string out = "{\n  \"formats\": [";
+    const char* separator = "\n";
+    for (const PixelFormat& format : kPixelFormats) {
+        out += std::string(std::exchange(separator, ",\n")) +
+               "    {\"name\": " + JsonText(format.name) +
+               ", \"description\": " + JsonText(format.help) + "}";
+    }
+    out += "\n  ],\n  \"endings\": [";
+    separator = "\n";
+    for (const Encoding& encoding : kEncodings) {
+        out += std::string(std::exchange(separator, ",\n")) +
+               "    {\"name\": " + JsonText(encoding.ending) +
+               ", \"description\": " + JsonText(encoding.title) +
+               ", \"encoder\": " + JsonText(EncoderElement(encoding)) +
+               ", \"installed\": " + (IsAvailable(encoding) ? "true" : "false") + "}";
+    }
+    return out + "\n  ]\n}\n";
+}
+
+}  // namespace
+
+std::string FormatList(bool isJson) {
+    if (isJson) {
+        return FormatListAsJson();
+    }
     std::string out = "Pixel formats (--format), YUV with the matrix of BT.601 but for HDYC:\n";
     for (const PixelFormat& format : kPixelFormats) {
         std::string name = format.name;

@@ -56,7 +56,7 @@ std::string InputCapsText(const PixelFormat& format, bool isFromRgb);
 // Caps of what the encoder of a file is given.
 std::string EncoderCapsText(const Encoding& encoding, Size mixSize);
 
-// Pixel formats and endings, as lines for the user.
-std::string FormatList();
+// Pixel formats and endings, as lines for the user or as JSON.
+std::string FormatList(bool isJson);
 
 }  // namespace qdvm::qdmix

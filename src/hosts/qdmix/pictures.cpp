@@ -14,8 +14,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Why a file can't be read, or nothing.
-std::string FaultOf(const std::string& file) {
+void AddBackground(const Background& background, std::vector<NamedFile>& pictures) {
+    if (!background.picture.empty()) {
+        pictures.push_back({"background (" + background.picture + ")", background.picture});
+    }
+}
+
+}  // namespace
+
+std::string WhyUnreadable(const std::string& file) {
     std::error_code error;
     const fs::file_status status = fs::status(file, error);
     if (!fs::exists(status)) {
@@ -27,21 +34,12 @@ std::string FaultOf(const std::string& file) {
     return std::ifstream(file, std::ios::binary) ? "" : "no permission to read it";
 }
 
-// Whether the mixer will be able to read it, found out in the same way.
 bool IsPicture(const std::string& file) {
     std::vector<std::uint8_t> contents;
     DecodedPicture picture;
     return Succeeded(ReadPictureFile(FromUtf8(file), contents)) &&
            Succeeded(DecodePicture(contents, AlphaForm::kStraight, &picture));
 }
-
-void AddBackground(const Background& background, std::vector<NamedFile>& pictures) {
-    if (!background.picture.empty()) {
-        pictures.push_back({"background (" + background.picture + ")", background.picture});
-    }
-}
-
-}  // namespace
 
 std::vector<NamedFile> PicturesOf(const Plan& plan) {
     std::vector<NamedFile> pictures;
@@ -62,7 +60,7 @@ std::vector<NamedFile> PicturesOf(const Plan& plan) {
 
 std::optional<Failure> CheckPictures(const Plan& plan) {
     for (const NamedFile& picture : PicturesOf(plan)) {
-        if (std::string fault = FaultOf(picture.file); !fault.empty()) {
+        if (std::string fault = WhyUnreadable(picture.file); !fault.empty()) {
             return Failure{ExitStatus::kInput, picture.subject, "can't be opened",
                            std::move(fault)};
         }

@@ -19,6 +19,12 @@ struct NamedFile {
 
 std::vector<NamedFile> PicturesOf(const Plan& plan);
 
+// Why a file can't be read, or nothing.
+std::string WhyUnreadable(const std::string& file);
+
+// Whether the mixer can read it as a picture.
+bool IsPicture(const std::string& file);
+
 // Fails where one of them can't be read.
 std::optional<Failure> CheckPictures(const Plan& plan);
 

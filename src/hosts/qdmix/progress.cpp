@@ -1,5 +1,7 @@
 #include "hosts/qdmix/progress.h"
 
+#include "hosts/qdmix/json.h"
+
 #include "hosts/qdmix/values.h"
 
 #include <array>
@@ -13,24 +15,6 @@ std::string OneDecimal(double number) {
     std::array<char, 32> text{};
     (void)std::snprintf(text.data(), text.size(), "%.1f", number);
     return text.data();
-}
-
-std::string Quoted(const std::string& text) {
-    std::string out = "\"";
-    for (const char character : text) {
-        const auto code = static_cast<unsigned char>(character);
-        if (character == '"' || character == '\\') {
-            out += '\\';
-        }
-        if (code < 0x20) {
-            std::array<char, 8> escape{};
-            (void)std::snprintf(escape.data(), escape.size(), "\\u%04x", code);
-            out += escape.data();
-        } else {
-            out += character;
-        }
-    }
-    return out + "\"";
 }
 
 std::string LostInputs(const MixReport& report) {
@@ -68,7 +52,7 @@ std::string ProgressJson(const MixReport& report, const char* event) {
     for (std::size_t i = 0; i < report.inputs.size(); ++i) {
         const InputReport& input = report.inputs[i];
         out += (i == 0 ? "" : ", ") + std::string("{\"input\": ") + std::to_string(i + 1) +
-               ", \"name\": " + Quoted(input.name) + ", \"health\": " + Quoted(input.health) +
+               ", \"name\": " + JsonText(input.name) + ", \"health\": " + JsonText(input.health) +
                ", \"in\": " + std::to_string(input.framesIn) +
                ", \"repeated\": " + std::to_string(input.framesRepeated) +
                ", \"dropped\": " + std::to_string(input.framesDropped) + "}";

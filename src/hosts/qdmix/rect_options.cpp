@@ -1,5 +1,7 @@
 #include "hosts/qdmix/rect_options.h"
 
+#include "hosts/qdmix/text_fault.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -132,6 +134,29 @@ const RectSetting* FindRectSetting(std::string_view name) {
 bool IsBuiltInMask(std::string_view mask) {
     return std::any_of(kMasks.begin(), kMasks.end(),
                        [&](const auto& word) { return word.second == mask; });
+}
+
+std::string TakeRectWord(RectChange& change, std::string_view word) {
+    if (TakeWord(change, word)) {
+        return {};
+    }
+    const std::string text = "'" + std::string(word) + "'";
+    const std::size_t equals = word.find('=');
+    if (equals == std::string_view::npos) {
+        return text + " is no place: X,Y or WxH+X+Y is expected, as 640,0 or 320x240+640+0";
+    }
+    std::vector<std::string_view> names;
+    for (const RectSetting& setting : kSettings) {
+        if (setting.canMove) {
+            names.push_back(setting.name);
+        }
+    }
+    const std::string_view name = word.substr(0, equals);
+    if (std::find(names.begin(), names.end(), name) == names.end()) {
+        return "'" + std::string(name) + "' can't be moved; there are " + Choice(names);
+    }
+    return text + " has a value that makes no sense; see --" + std::string(name) +
+           " in qdmix --help";
 }
 
 std::optional<Move> ParseMove(std::string_view text) {

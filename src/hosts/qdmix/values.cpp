@@ -172,6 +172,17 @@ std::optional<std::uint32_t> ParseColour(std::string_view text) {
     return error == std::errc{} && stop == end ? std::optional(0xFF000000 | colour) : std::nullopt;
 }
 
+std::optional<Background> ParseBackground(std::string_view text) {
+    if (text == "none") {
+        return Background{};
+    }
+    if (const std::optional<std::uint32_t> colour = ParseColour(text)) {
+        return Background{colour, {}};
+    }
+    const bool isFile = !text.empty() && text[0] != '#';
+    return isFile ? std::optional(Background{{}, std::string(text)}) : std::nullopt;
+}
+
 std::optional<Pair> ParsePair(std::string_view text) {
     const auto halves = SplitAt(text, ',');
     if (!halves) {

@@ -65,6 +65,14 @@ struct Span {
     bool operator==(const Span&) const = default;
 };
 
+// What lies under all inputs: a colour, a picture, or neither.
+struct Background {
+    std::optional<std::uint32_t> colour;  // 0xAARRGGBB
+    std::string picture;                  // name of a file
+
+    bool operator==(const Background&) const = default;
+};
+
 // "WHAT@START[+TAKE]" as its two halves.
 struct Timed {
     std::string_view what;
@@ -94,6 +102,9 @@ std::optional<std::int64_t> ParseTime(std::string_view text);
 
 // "#RRGGBB" or one of a few names as 0xAARRGGBB, opaque.
 std::optional<std::uint32_t> ParseColour(std::string_view text);
+
+// A colour, "none", or the name of a file, which doesn't begin with "#".
+std::optional<Background> ParseBackground(std::string_view text);
 
 // "X,Y", with fractions.
 std::optional<Pair> ParsePair(std::string_view text);
