@@ -213,6 +213,7 @@ private:
     // session_rects.cpp
     void BeforeFrame(std::uint64_t frame) override;
     void ApplyDueChanges(std::uint64_t frame);
+    bool CanShow() const;
     GstClockTime TimeOf(std::uint64_t frame) const;
     void SyncControlled(GstClockTime time);
     void Mark(Change& change);

@@ -16,6 +16,9 @@ namespace {
 // Whether this thread sets properties in the name of a controller.
 thread_local bool isSyncing = false;
 
+// The session that lets its watchers act between two frames on this thread.
+thread_local const Session* between = nullptr;
+
 constexpr GstClockTime kNsPerUnit = 100;
 
 void SyncValues(GstObject* object, GstClockTime time) {
@@ -83,9 +86,14 @@ void Session::BeforeFrame(std::uint64_t frame) {
     // What was set before lies below what a watcher does to the mixer itself, such as selecting a
     // scene; what the watcher sets is for this frame too.
     ApplyDueChanges(frame);
+    between = this;
     g_signal_emit_by_name(element, "before-frame", time);
+    between = nullptr;
     ApplyDueChanges(frame);
 }
+
+// The first frame may be composed before the start is over. Needs the mutex.
+bool Session::CanShow() const { return mode == Mode::kRunning || between == this; }
 
 void Session::ApplyDueChanges(std::uint64_t frame) {
     const std::scoped_lock layout(layoutMutex);

@@ -15,7 +15,7 @@ void Session::FlushChanges() {
     const std::scoped_lock layout(layoutMutex);
     {
         const Lock lock(mutex);
-        if (mode != Mode::kRunning || !anyChange) return;
+        if (!CanShow() || !anyChange) return;
         anyChange = false;
         lastDue = openChanges > 0 ? lastBefore : lastChange;
     }
@@ -39,7 +39,7 @@ bool Session::SelectScene(const std::string& name, guint timeMs) {
     if (!HasScene(name)) return false;
     {
         const Lock lock(mutex);
-        if (mode != Mode::kRunning) {
+        if (!CanShow()) {
             waitingScene = {name, timeMs};
             anyChange = true;
             return true;

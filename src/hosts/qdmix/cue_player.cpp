@@ -168,11 +168,15 @@ HRESULT CuePlayer::Perform(const Cue& cue) {
     return E_NOTIMPL;
 }
 
+GstPad* CuePlayer::PadOf(const Cue& cue) const {
+    const auto index = static_cast<std::size_t>(cue.input - 1);
+    return index < pads.size() ? pads[index].get() : nullptr;
+}
+
 LONG CuePlayer::StreamOf(const Cue& cue) const {
     gint number = -1;
-    const auto index = static_cast<std::size_t>(cue.input - 1);
-    if (index < pads.size()) {
-        g_object_get(pads[index].get(), "stream-number", &number, nullptr);
+    if (GstPad* pad = PadOf(cue)) {
+        g_object_get(pad, "stream-number", &number, nullptr);
     }
     return number;
 }
@@ -187,7 +191,9 @@ LONG CuePlayer::RectTime(const Cue& cue) const {
 
 // A scene of a document has no keys. Here a key belongs to its input and stays on.
 HRESULT CuePlayer::SelectScene(const Cue& cue) {
-    const HRESULT result = scenes->SelectScene2(Counted(cue.scene).Get(), RectTime(cue));
+    gboolean isDone = FALSE;
+    g_signal_emit_by_name(element, "select-scene", cue.scene.c_str(),
+                          static_cast<guint>(RectTime(cue)), &isDone);
     for (const GstHandle<GstPad>& pad : pads) {
         gchar* key = nullptr;
         g_object_get(pad.get(), "key", &key, nullptr);
@@ -196,7 +202,7 @@ HRESULT CuePlayer::SelectScene(const Cue& cue) {
             g_object_set(pad.get(), "key", text.c_str(), nullptr);
         }
     }
-    return result;
+    return isDone != FALSE ? S_OK : E_INVALIDARG;
 }
 
 HRESULT CuePlayer::SetBackground(const Cue& cue) {
@@ -226,23 +232,25 @@ HRESULT CuePlayer::MoveRect(const Cue& cue) {
     }
     const PlannedInput& input = plan.inputs[static_cast<std::size_t>(cue.input - 1)];
     rect = ChangedRect(rect, cue.change, input.probed.evenSize);
-    return mixer->SetInputRect2(stream, &number, &rect, RectTime(cue));
+    result = mixer->SetInputRect2(stream, &number, &rect, RectTime(cue));
+    if (Succeeded(result) && cue.change.mask) {
+        result = mixer->SetRectMask(stream, number, Counted(*cue.change.mask).Get());
+    }
+    return result;
 }
 
 // On top is past the last input, below the mixer's free place.
 HRESULT CuePlayer::SetOrder(const Cue& cue) {
     const int inputs = static_cast<int>(pads.size());
     const int position = cue.position > 0 ? std::min(cue.position, inputs) : inputs;
-    return scenes->SetStreamOrder2(StreamOf(cue), position - 1, cue.swaps, cue.rearranges,
-                                   RectTime(cue));
+    gboolean isDone = FALSE;
+    g_signal_emit_by_name(element, "move-stream", PadOf(cue), position - 1, gboolean{cue.swaps},
+                          gboolean{cue.rearranges}, static_cast<guint>(RectTime(cue)), &isDone);
+    return isDone != FALSE ? S_OK : E_INVALIDARG;
 }
 
 HRESULT CuePlayer::SetKey(const Cue& cue) {
-    const auto index = static_cast<std::size_t>(cue.input - 1);
-    if (index >= pads.size()) {
-        return E_INVALIDARG;
-    }
-    g_object_set(pads[index].get(), "key", cue.key.c_str(), nullptr);
+    g_object_set(PadOf(cue), "key", cue.key.c_str(), nullptr);
     return S_OK;
 }
 

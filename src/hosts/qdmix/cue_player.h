@@ -49,6 +49,7 @@ private:
     HRESULT SetOrder(const Cue& cue);
     HRESULT SetKey(const Cue& cue);
     HRESULT SaveScenes(const Cue& cue);
+    GstPad* PadOf(const Cue& cue) const;
     LONG StreamOf(const Cue& cue) const;
     LONG RectTime(const Cue& cue) const;
 

@@ -19,7 +19,7 @@ enum class ValueKind {
     kName,       // not empty
     kFlag,       // true or false
     kInteger,    // decimal or 0x...
-    kSize,       // the same, above 0
+    kSize,       // the same, from 0
     kNumber,     // with a fraction
     kOpacity,    // a number from 0 to 1
     kWholePart,  // a number, of which the whole part counts
@@ -138,10 +138,6 @@ bool IsInteger(std::string_view text) {
            text.find_first_not_of(digits) == std::string_view::npos;
 }
 
-bool IsZero(std::string_view text) {
-    return text.find_first_not_of("0xX") == std::string_view::npos;
-}
-
 // What a value should have been, or nothing if it is.
 std::string Expected(ValueKind kind, std::string_view value) {
     switch (kind) {
@@ -154,8 +150,7 @@ std::string Expected(ValueKind kind, std::string_view value) {
         case ValueKind::kInteger:
             return IsInteger(value) ? "" : "a whole number such as 12 or 0x0C";
         case ValueKind::kSize:
-            return IsInteger(value) && value[0] != '-' && !IsZero(value) ? ""
-                                                                         : "a whole number above 0";
+            return IsInteger(value) && value[0] != '-' ? "" : "a whole number from 0";
         case ValueKind::kNumber:
         case ValueKind::kWholePart:
             return ParseNumber(value) ? "" : "a number such as 12.5";

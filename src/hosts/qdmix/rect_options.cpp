@@ -137,6 +137,10 @@ bool IsBuiltInMask(std::string_view mask) {
 }
 
 std::string TakeRectWord(RectChange& change, std::string_view word) {
+    constexpr std::string_view kMask = "mask=";
+    if (word.starts_with(kMask) && TakeMask(change, word.substr(kMask.size()))) {
+        return {};
+    }
     if (TakeWord(change, word)) {
         return {};
     }
@@ -147,9 +151,7 @@ std::string TakeRectWord(RectChange& change, std::string_view word) {
     }
     std::vector<std::string_view> names;
     for (const RectSetting& setting : kSettings) {
-        if (setting.canMove) {
-            names.push_back(setting.name);
-        }
+        names.push_back(setting.name);
     }
     const std::string_view name = word.substr(0, equals);
     if (std::find(names.begin(), names.end(), name) == names.end()) {

@@ -66,7 +66,7 @@ const RectSetting* FindRectSetting(std::string_view name);
 // Whether a mask is none or one of the mixer's own, and no file.
 bool IsBuiltInMask(std::string_view mask);
 
-// One word of a move: a target, or "NAME=VALUE". Empty, or what is wrong with it.
+// One word of a cue: a target, or "NAME=VALUE", masks among them. Empty, or what is wrong with it.
 std::string TakeRectWord(RectChange& change, std::string_view word);
 
 // "NAME=VALUE NAME=VALUE...@START[+TAKE]"; a word without a name is a target. The names are those

@@ -17,9 +17,12 @@ constexpr std::string_view kTimeForms = "a time such as 12, 7.5, 1:30 or +2";
 class CueReader {
 public:
     CueReader(ScriptWords& theWords, std::int64_t theLastTime)
-        : words(theWords), lastTime(theLastTime) {}
+        : words(theWords), lastTime(theLastTime), time(theLastTime) {}
 
     std::optional<Cue> Read();
+
+    // Of this cue, if it could be read, else of the one before.
+    std::int64_t Time() const { return time; }
 
 private:
     using Reader = void (CueReader::*)();
@@ -57,6 +60,7 @@ private:
 
     ScriptWords& words;
     std::int64_t lastTime;
+    std::int64_t time;
     TextPlace lastNumberPlace;
     Cue cue;
 };
@@ -93,17 +97,19 @@ void CueReader::ReadTime() {
     }
     cue.place = words.PlaceOf(*word);
     const bool isRelative = word->text.starts_with('+');
-    const auto time = ParseTime(std::string_view(word->text).substr(isRelative ? 1 : 0));
-    if (!time) {
+    const auto given = ParseTime(std::string_view(word->text).substr(isRelative ? 1 : 0));
+    if (!given) {
         words.Fault("a cue begins with " + std::string(kTimeForms) + ", not with '" + word->text +
                     "'");
         return;
     }
-    cue.span.start = *time + (isRelative ? lastTime : 0);
+    cue.span.start = *given + (isRelative ? lastTime : 0);
     if (cue.span.start < lastTime) {
         words.Fault("cues stand in the order of their time, and the one before comes at " +
                     SecondsText(lastTime) + " s");
+        return;
     }
+    time = cue.span.start;
 }
 
 void CueReader::ReadVerb() {
@@ -156,9 +162,15 @@ void CueReader::ReadMove() {
             cue.rect = *rect;
         }
     }
-    (void)words.TakeIf("to");
     while (!words.HasFault() && words.AreLeft() && words.Peek()->text != "over") {
-        const std::string text = words.Take("")->text;
+        if (words.TakeIf("to")) {
+            continue;
+        }
+        const ScriptWord& word = *words.Take("");
+        const std::string& text = word.text;
+        if (text.starts_with("mask=")) {
+            cue.filePlace = words.PlaceOf(word);
+        }
         if (const std::string fault = TakeRectWord(cue.change, text); !fault.empty()) {
             words.Fault(fault);
         }
@@ -341,6 +353,7 @@ Script ParseScript(std::string_view text) {
         }
         CueReader reader(words, lastTime);
         std::optional<Cue> cue = reader.Read();
+        lastTime = reader.Time();
         if (!cue) {
             continue;
         }
@@ -348,7 +361,6 @@ Script ParseScript(std::string_view text) {
             script.faults.push_back({cue->place, "nothing happens after the end"});
             continue;
         }
-        lastTime = cue->span.start;
         hasEnded = cue->verb == CueVerb::kEnd;
         script.cues.push_back(std::move(*cue));
     }

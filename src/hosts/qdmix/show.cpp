@@ -53,20 +53,24 @@ std::vector<std::string> ScenesOfFile(const std::string& file, std::string& why)
     return names;
 }
 
-// Pictures that a script wants as its background.
+// Pictures that a script wants for backgrounds and masks.
 std::vector<TextFault> CheckPicturesOf(const Script& script) {
     std::vector<TextFault> faults;
-    for (const Cue& cue : script.cues) {
-        const std::string& picture = cue.background.picture;
-        if (cue.verb != CueVerb::kBackground || picture.empty()) {
-            continue;
-        }
+    const auto check = [&](TextPlace place, const std::string& picture) {
         std::string why = WhyUnreadable(picture);
         if (why.empty() && !IsPicture(picture)) {
             why = "not a picture, or a damaged one";
         }
         if (!why.empty()) {
-            faults.push_back({cue.filePlace, "'" + picture + "': " + why});
+            faults.push_back({place, "'" + picture + "': " + why});
+        }
+    };
+    for (const Cue& cue : script.cues) {
+        if (!cue.background.picture.empty()) {
+            check(cue.filePlace, cue.background.picture);
+        }
+        if (cue.change.mask && !IsBuiltInMask(*cue.change.mask)) {
+            check(cue.filePlace, *cue.change.mask);
         }
     }
     return faults;
