@@ -58,7 +58,8 @@ struct IQDVideoMixerScene : IUnknown {
     virtual HRESULT MakeTransition(LONG _nOrderFrom, LONG _nOrderTo, BSTR _bsTransitionInfo,
                                    BOOL _bBothStreams, BOOL _bKeepInput, LONG _nMSecToChange) = 0;
 
-    // Moves a connected stream to a position, a negative one meaning 0; the free stream stays last.
+    // Moves a connected stream to a position, a negative one meaning 0; the free stream stays last
+    // unless it is swapped with.
     // _bSwapStreams: the stream that stands there takes its old position, otherwise those between
     // close up. _bRearrangeScene: the layout stays where it is and the streams change places in it,
     // rects, keys and all, over _nMSecToChange; otherwise only the order of drawing changes.
@@ -78,7 +79,8 @@ struct IQDVideoMixerScene : IUnknown {
     // the scenes that are there, but for those that are loaded under the same name; 1 replaces all
     // of them by the built-in and the loaded ones, 2 by the loaded ones alone; -1 is like 1, but
     // built-in scenes win over loaded ones of the same name. Also the failures of reading a file
-    // (0x80070002, 0x80070005, E_FAIL); the scenes then stay as they were.
+    // (0x80070002, 0x80070005, E_FAIL); the scenes then stay as they were. A name of no file counts
+    // as a text without scenes.
     virtual HRESULT LoadScenes(BSTR _bsXMLDescOrFile, LONG _nRemoveOld) = 0;
 
 protected:

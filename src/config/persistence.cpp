@@ -135,8 +135,13 @@ HRESULT IQPersistImpl::PersistLoad(BSTR /*_bsObject*/, BSTR _bsXMLDescOrFile, BS
         const bool isFile = FileExists(text);
         const HRESULT result = isFile ? ParseFile(root, text) : Parse(root, text);
         if (Failed(result)) return result;
-        return LoadConfiguration(root, isFile ? AbsoluteFileName(text)
-                                              : ReadParameters(_bsLoadParam)->GetString(u"path"));
+        // What has just been loaded is no change that waits to be saved.
+        const bool wasDirty = DirtyMark();
+        const HRESULT loaded =
+            LoadConfiguration(root, isFile ? AbsoluteFileName(text)
+                                           : ReadParameters(_bsLoadParam)->GetString(u"path"));
+        DirtyMark() = wasDirty;
+        return loaded;
     });
 }
 

@@ -133,7 +133,8 @@ constexpr NamedCode kReadable[] = {
     {u"YUY2", Code("YUY2")}, {u"YVYU", Code("YVYU")}, {u"UYVY", Code("UYVY")},
     {u"YV12", Code("YV12")}, {u"HDYC", Code("HDYC")}, {u"I420", Code("I420")},
     {u"Y422", Code("Y422")}, {u"NV12", Code("NV12")}, {u"Y444", Code("Y444")},
-    {u"v210", Code("v210")}, {u"r210", Code("r210")},
+    {u"v210", Code("v210")}, {u"r210", Code("r210")}, {u"RGB565", 0xE436EB7B},
+    {u"RGB555", 0xE436EB7C},
 };
 
 constexpr NamedCode kUnprintable[] = {

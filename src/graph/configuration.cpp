@@ -33,6 +33,12 @@ std::u16string WrittenPath(std::u16string_view place, const std::u16string& path
     return MakeRelativePath(place, AbsoluteFileName(path));
 }
 
+// Scenes tell their pictures whole: a path that counts from the working directory would be looked
+// for beside the document.
+std::u16string AbsoluteOrNone(const std::u16string& path) {
+    return path.empty() ? path : AbsoluteFileName(path);
+}
+
 std::u16string OrderText(const std::vector<std::int32_t>& order) {
     std::u16string text;
     for (const std::int32_t number : order) {
@@ -45,13 +51,16 @@ std::u16string OrderText(const std::vector<std::int32_t>& order) {
 // The numbers in a text, whatever stands between them.
 std::vector<std::int64_t> NumbersIn(std::u16string_view text) {
     constexpr std::u16string_view kDigits = u"0123456789";
-    constexpr std::u16string_view kOfNumbers = u"0123456789abcdefABCDEFxX";
+    constexpr std::u16string_view kHexDigits = u"0123456789abcdefABCDEF";
     std::vector<std::int64_t> numbers;
     std::size_t at = text.find_first_of(kDigits);
     while (at != std::u16string_view::npos) {
         const bool isNegative = at > 0 && text[at - 1] == u'-';
         numbers.push_back(ParseNumber(text.substr(isNegative ? at - 1 : at)));
-        at = text.find_first_not_of(kOfNumbers, at);
+        const std::u16string_view prefix = text.substr(at, 2);
+        const bool isHex = (prefix == u"0x" || prefix == u"0X") && at + 2 < text.size() &&
+                           kHexDigits.find(text[at + 2]) != std::u16string_view::npos;
+        at = text.find_first_not_of(isHex ? kHexDigits : kDigits, isHex ? at + 2 : at);
         if (at != std::u16string_view::npos) at = text.find_first_of(kDigits, at);
     }
     return numbers;
@@ -106,6 +115,7 @@ HRESULT CCoQDVideoMixer::SaveConfiguration(const XMLNodePtr& document, std::u16s
     (void)document->PutAttr(u"default-scenes", ObjectVal(!isChanged), true);
     (void)document->PutAttr(u"master-stream", ObjectVal(masterStream.load()), true);
     setup.background.image = WrittenPath(place, setup.background.image);
+    setup.layout.backgroundImage = AbsoluteOrNone(setup.layout.backgroundImage);
     WriteBackground(document->AppendElement(u"background"), setup.background);
     WriteVideoProps(document->AppendElement(u"output-props"), GivenOutputProps());
     const XMLNodePtr pins = document->AppendElement(u"pins");
@@ -117,7 +127,9 @@ HRESULT CCoQDVideoMixer::SaveConfiguration(const XMLNodePtr& document, std::u16s
     for (const SceneTable::Entry& entry : setup.scenes.Entries()) {
         if (entry.scene->bInternal && !isChanged) continue;
         if (!list) list = document->AppendElement(u"user-scenes");
-        AddSceneElement(list, entry.name, *entry.scene);
+        Scene scene = *entry.scene;
+        scene.backgroundImage = AbsoluteOrNone(scene.backgroundImage);
+        AddSceneElement(list, entry.name, scene);
     }
     return S_OK;
 }
@@ -129,7 +141,11 @@ HRESULT CCoQDVideoMixer::LoadConfiguration(const XMLNodePtr& document, std::u16s
     if (const XMLNodePtr child = document->Child(u"background")) {
         const BackgroundSetup loaded = ReadBackground(child);
         const CountedString image(PathInDocument(place, loaded.image));
-        (void)SetBackground(loaded.kind, loaded.colour, image.Get());
+        const HRESULT result = SetBackground(loaded.kind, loaded.colour, image.Get());
+        if (Succeeded(result) && loaded.kind != eVMB_Image) {
+            SharedLockGuard mix(mixLock, Mode::kExclusive);
+            background.ForgetImageName();
+        }
     }
     if (const XMLNodePtr child = document->Child(u"output-props")) {
         const VM_VIDEO_PROPS props = ReadVideoProps(child);
@@ -142,6 +158,8 @@ HRESULT CCoQDVideoMixer::LoadConfiguration(const XMLNodePtr& document, std::u16s
         Scene layout = ReadScene(child);
         layout.backgroundImage = PathInDocument(place, layout.backgroundImage);
         RestoreLayout(std::move(layout));
+    } else {
+        DropLayout();
     }
     LoadSceneTable(document, place);
     return S_OK;
@@ -173,8 +191,7 @@ void CCoQDVideoMixer::LoadSceneTable(const XMLNodePtr& document, std::u16string_
     loaded.bDefaultScenesChanged = !document->GetBool(u"default-scenes", true);
     if (!loaded.bDefaultScenesChanged) BuildDefaultScenes(loaded);
     if (const XMLNodePtr list = document->Child(u"user-scenes"))
-        for (NamedScene& entry : ReadSceneElements(list, place))
-            (void)loaded.Add(entry.name, std::move(entry.scene));
+        loaded.Merge(ReadSceneElements(list, place), false);
     ScopedLock guard(sceneLock);
     std::swap(scenes, loaded);
 }

@@ -60,6 +60,8 @@ public:
     eVM_Background Kind() const { return kind; }
     std::int32_t Colour() const { return colour; }
     const std::u16string& ImageName() const { return imageName; }
+    // For a background that is no picture.
+    void ForgetImageName() { imageName.clear(); }
 
 private:
     void StartFade(eVM_Background newKind, std::int32_t frames);

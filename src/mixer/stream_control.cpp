@@ -54,6 +54,7 @@ HRESULT MixerCore::IgnoreTime(LONG _nStreamNo, BOOL _bIgnore) {
     InputStream* stream = FindStream(_nStreamNo);
     if (!stream) return E_INVALIDARG;
     stream->ignoreTime = _bIgnore != 0;
+    dirty = true;
     return S_OK;
 }
 
@@ -143,6 +144,7 @@ HRESULT MixerCore::SetMasterStream(LONG _nStreamNo) {
         const InputStream* stream = FindStream(_nStreamNo);
         if (_nStreamNo >= 0 && !(stream && stream->IsConnected())) return VFW_E_NOT_CONNECTED;
         masterStream = _nStreamNo;
+        dirty = true;
     }
     // With no lock held, since the graph reconnects the output.
     (void)BuildOutputFormat(true);

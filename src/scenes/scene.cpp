@@ -1,5 +1,6 @@
 #include "scenes/scene.h"
 
+#include "frames/media_type_map.h"
 #include "frames/rounding.h"
 #include "platform/counted_string.h"
 
@@ -40,6 +41,7 @@ SceneInput CaptureStream(const InputStream& stream) {
     entry.bIgnoreTime = stream.ignoreTime;
     ScopedLock guard(stream.streamLock);
     entry.inputProps = stream.inputProps;
+    entry.inputProps.dblStreamFPS = FramesPerSecondOf(stream.frameTime);
     entry.chromaKey = stream.pixels.key.settings;
     entry.rects.reserve(stream.pixels.rects.size());
     for (const MixBlock& block : stream.pixels.rects) {

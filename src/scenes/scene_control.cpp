@@ -184,10 +184,7 @@ HRESULT SceneControl::LoadScenes(BSTR _bsXMLDescOrFile, LONG _nRemoveOld) {
         SceneTable table = scenes;
         if (_nRemoveOld != 0) table.RemoveAll();
         if (_nRemoveOld != 0 && _nRemoveOld < 2) BuildDefaultScenes(table);
-        for (NamedScene& entry : loaded) {
-            if (_nRemoveOld >= 0) (void)table.Remove(entry.name);
-            (void)table.Add(entry.name, std::move(entry.scene));
-        }
+        table.Merge(std::move(loaded), _nRemoveOld >= 0);
         std::swap(scenes, table);
         mixer.dirty = true;
         return S_OK;
@@ -198,6 +195,11 @@ void SceneControl::RestoreLayout(Scene scene) {
     RunScene(mixer, scene, 0, true);
     ScopedLock guard(sceneLock);
     deferredScene = std::move(scene);
+}
+
+void SceneControl::DropLayout() {
+    ScopedLock guard(sceneLock);
+    deferredScene = {};
 }
 
 bool SceneControl::ApplyDeferredScene() {

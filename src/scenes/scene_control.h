@@ -43,6 +43,9 @@ public:
     // streams may have the formats that they lack now. With no lock held.
     void RestoreLayout(Scene scene);
 
+    // No layout waits for the next start any more.
+    void DropLayout();
+
 protected:
     // Throws std::bad_alloc.
     explicit SceneControl(MixerCore& controlled);

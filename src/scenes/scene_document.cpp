@@ -165,6 +165,7 @@ std::vector<NamedScene> ReadSceneList(const std::vector<XMLNodePtr>& elements,
         bool hasName = false;
         NamedScene read{element->GetString(u"name", {}, &hasName), ReadScene(element)};
         read.scene.backgroundImage = PathInDocument(place, read.scene.backgroundImage);
+        read.isNamed = hasName;
         if (!hasName) nameless.push_back(scenes.size());
         scenes.push_back(std::move(read));
     }

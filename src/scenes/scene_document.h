@@ -21,7 +21,7 @@
 // selecting the scene turns keys off.
 
 #include "config/xml_node.h"
-#include "scenes/scene.h"
+#include "scenes/scene_table.h"
 
 #include <qdvideomixer/object.h>
 #include <qdvideomixer/video_mixer.h>
@@ -34,12 +34,6 @@
 #include <vector>
 
 namespace qdvm {
-
-// A scene under the name that it has in its document.
-struct NamedScene {
-    std::u16string name;
-    Scene scene;
-};
 
 // --- parts, which the configuration of a mixer has too; each fills or reads a given element ---
 

@@ -1,6 +1,11 @@
 #include "scenes/scene_table.h"
 
+#include "config/value_text.h"
+
 #include <algorithm>
+#include <cstdint>
+#include <iterator>
+#include <unordered_set>
 #include <utility>
 
 namespace qdvm {
@@ -46,6 +51,37 @@ bool SceneTable::Remove(std::u16string_view name) {
 void SceneTable::RemoveAll() {
     for (const Entry& entry : entries) NoteLoss(*entry.scene);
     entries.clear();
+}
+
+void SceneTable::Merge(std::vector<NamedScene> loaded, bool replaces) {
+    std::unordered_set<std::u16string> taken;
+    for (const Entry& entry : entries) taken.insert(entry.name);
+    auto number = static_cast<std::int64_t>(loaded.size());
+    for (NamedScene& scene : loaded) {
+        if (scene.isNamed) continue;
+        while (taken.contains(scene.name)) scene.name = u"Scene " + FormatInt(++number);
+        taken.insert(scene.name);
+    }
+    // From the winning end on: what comes first under a name stays.
+    std::unordered_set<std::u16string> kept;
+    std::vector<Entry> merged;
+    const auto take = [&](NamedScene& scene) {
+        if (!kept.insert(scene.name).second) return;
+        bDefaultScenesChanged = bDefaultScenesChanged || scene.scene.bInternal;
+        merged.push_back(
+            {std::move(scene.name), std::make_shared<const Scene>(std::move(scene.scene))});
+    };
+    if (replaces) {
+        std::for_each(loaded.rbegin(), loaded.rend(), take);
+        std::reverse(merged.begin(), merged.end());
+        for (const Entry& entry : entries)
+            if (kept.contains(entry.name)) NoteLoss(*entry.scene);
+        std::erase_if(entries, [&](const Entry& entry) { return kept.contains(entry.name); });
+    } else {
+        for (const Entry& entry : entries) kept.insert(entry.name);
+        std::for_each(loaded.begin(), loaded.end(), take);
+    }
+    std::move(merged.begin(), merged.end(), std::back_inserter(entries));
 }
 
 }  // namespace qdvm

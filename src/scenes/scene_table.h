@@ -13,6 +13,13 @@
 
 namespace qdvm {
 
+// A scene under the name that it has in its document.
+struct NamedScene {
+    std::u16string name;
+    Scene scene;
+    bool isNamed = true;  // else the name is the document's place, and another does as well
+};
+
 // Scenes in it are never changed, only replaced, so a copy of the table or a scene taken from it
 // can be used when the lock that guards the table has been given up. Names compare exactly.
 // Operations throw std::bad_alloc and then leave the table as it was.
@@ -38,8 +45,13 @@ public:
     bool Remove(std::u16string_view name);
     void RemoveAll();
 
+    // Adds scenes at the end. Of those of one name, and those in the table, the last one stays
+    // where `replaces` is set, else the first. A built-in scene among them changes the built-in
+    // ones. Time grows with the scenes, not with their square.
+    void Merge(std::vector<NamedScene> loaded, bool replaces);
+
     // Whether a built-in scene has gone, so that the built-in ones are not what they were at first.
-    // Removing and replacing set it.
+    // Removing, replacing and merging set it.
     bool bDefaultScenesChanged = false;
 
 private:

@@ -89,7 +89,7 @@ TEST(ValueText, ColourSpacesByNameAndByCode) {
     EXPECT_EQ(ParseFourCC(u"yuy2"), 0x32595559u);
     EXPECT_EQ(ParseFourCC(u"V210"), 0x30313276u);
     EXPECT_EQ(ParseFourCC(u"argb32"), 0x773C9AC0u);
-    EXPECT_EQ(ParseFourCC(u"RGB565"), 0u);
+    EXPECT_EQ(ParseFourCC(u"ARGB1555"), 0u);
     EXPECT_EQ(ParseFourCC(u"YUY"), 0u);
     EXPECT_EQ(FormatFourCC(0x32595559), u"YUY2");
     EXPECT_EQ(FormatFourCC(3), u"BI_BITFIELDS");

@@ -311,6 +311,10 @@ TEST(ConfigurationTest, PicturesAreToldFromTheDocument) {
     EXPECT_EQ(kind, eVMB_Color);
     ASSERT_EQ(foreign.Load(text, u"path=" + (directory / "other/cfg/b.xml").u16string()), S_OK);
     EXPECT_EQ(foreign.Background(&kind), (directory / "other/bars.png").u16string());
+    // A colour has no picture, of before neither.
+    ASSERT_EQ(foreign.Load(u"<a><background type=color color=1/></a>"), S_OK);
+    EXPECT_EQ(foreign.Background(&kind), u"");
+    EXPECT_EQ(kind, eVMB_Color);
 }
 
 TEST(ConfigurationTest, ScenesAreKeptAsFarAsTheyAreNotBuiltIn) {
@@ -356,6 +360,15 @@ TEST(ConfigurationTest, TheLayoutComesBackAtTheNextStart) {
     ASSERT_EQ(loaded.filter->Stop(), S_OK);
     ASSERT_EQ(loaded.filter->Pause(), S_OK);
     EXPECT_NE(Tell(loaded), told);
+    // And not once another setup, without a layout, has been loaded.
+    Hosted other;
+    ASSERT_EQ(other.Load(text), S_OK);
+    ASSERT_EQ(other.Load(u"<a/>"), S_OK);
+    other.Connect(2);
+    other.ConnectOutput();
+    ASSERT_EQ(other.control->RemoveAllRects(-1), S_OK);
+    ASSERT_EQ(other.filter->Pause(), S_OK);
+    EXPECT_NE(Tell(other), told);
     // A running mixer keeps its master, whose threads run.
     EXPECT_EQ(loaded.Load(u"<a master-stream='0'/>"), S_OK);
     EXPECT_EQ(loaded.control->GetMasterStream(nullptr), S_FALSE);
@@ -418,6 +431,14 @@ TEST(ConfigurationTest, GraphEditorsKeepTheSetupInTheirStreams) {
     Hosted other;
     ASSERT_EQ(other.filter.As<IPersistStream>()->Load(stream.Get()), S_OK);
     EXPECT_EQ(other.SceneNames(), mixer.SceneNames());
+    // What has been loaded is no change, and what documents tell is one.
+    EXPECT_EQ(keeper->IsDirty(), S_FALSE);
+    ASSERT_EQ(mixer.Load(other.Text()), S_OK);
+    EXPECT_EQ(keeper->IsDirty(), S_FALSE);
+    mixer.Connect(1);
+    ASSERT_EQ(keeper->Save(stream.Get(), 1), S_OK);
+    ASSERT_EQ(mixer.control->IgnoreTime(0, 1), S_OK);
+    EXPECT_EQ(keeper->IsDirty(), S_OK);
 }
 
 TEST(SceneDocumentsTest, SavingTakesOneSceneOrThoseOfTheUser) {
@@ -483,6 +504,35 @@ TEST(SceneDocumentsTest, LoadingReplacesAsFarAsAskedFor) {
 }
 
 // What a person writes in an editor, in a file beside its picture, named from where the mixer runs.
+// Time grows with the scenes, not with their square.
+TEST(SceneDocumentsTest, AnyNumberOfScenesIsLoadedAtOnce) {
+    constexpr std::size_t kScenes = 20'000;
+    Hosted mixer;
+    std::u16string text = u"<scenes>";
+    for (std::size_t i = 0; i < kScenes; ++i) text += u"<scene/>";
+    ASSERT_EQ(mixer.scenes->LoadScenes(S(text).Get(), 2), S_OK);
+    ASSERT_EQ(mixer.scenes->LoadScenes(S(text).Get(), 0), S_OK);
+    LONG count = 0;
+    EXPECT_EQ(mixer.scenes->GetSceneCount(&count), S_OK);
+    EXPECT_EQ(count, static_cast<LONG>(2 * kScenes));
+    ASSERT_EQ(mixer.Load(mixer.Text()), S_OK);
+    EXPECT_EQ(mixer.scenes->GetSceneCount(&count), S_OK);
+    EXPECT_EQ(count, static_cast<LONG>(2 * kScenes));
+}
+
+TEST(SceneDocumentsTest, TheNamelessTakeNobodysName) {
+    Hosted mixer;
+    ASSERT_EQ(mixer.scenes->LoadScenes(S(u"<scene name='Scene 1' description='mine'/>").Get(), 2),
+              S_OK);
+    ASSERT_EQ(mixer.scenes->LoadScenes(S(u"<scene description='other'/>").Get(), 0), S_OK);
+    EXPECT_EQ(mixer.SceneNames(), (std::vector<std::u16string>{u"Scene 1", u"Scene 2"}));
+    // Of one name, the last one counts, in its own place.
+    ASSERT_EQ(mixer.scenes->LoadScenes(
+                  S(u"<a><scene name=x/><scene name=y/><scene name=x/></a>").Get(), 2),
+              S_OK);
+    EXPECT_EQ(mixer.SceneNames(), (std::vector<std::u16string>{u"y", u"x"}));
+}
+
 TEST(SceneDocumentsTest, AHandwrittenFileShowsWhatWasMeant) {
     const TemporaryDirectory directory;
     WritePicture(directory / "hall.png");
