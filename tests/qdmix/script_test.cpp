@@ -122,6 +122,12 @@ TEST(DocumentCheck, GoodDocumentsPass) {
                        "<pins number='3' order='2, 0, 1'/>"
                        "<current-scene internal='false'><inputs/></current-scene></m_config>"),
         "");
+    // The outermost element may bear any name, and what is on may be told in other words.
+    EXPECT_EQ(DocumentFaults("<show><scene name='A'><inputs><input enabled='yes'/></inputs></scene>"
+                             "</show>"),
+              "");
+    EXPECT_EQ(DocumentFaults("<mine><pins number='2' order='1, 0'/></mine>"), "");
+    EXPECT_EQ(DocumentFaults("<mine><user-scenes><scene name='A'/></user-scenes></mine>"), "");
 }
 
 TEST(DocumentCheck, BrokenDocumentsAreExplained) {
@@ -142,15 +148,17 @@ TEST(DocumentCheck, BrokenDocumentsAreExplained) {
               "background or inputs\n");
     EXPECT_EQ(DocumentFaults("<user-scenes><scene name='A'/>\n<scene name='A'/></user-scenes>"),
               "f:2:14: there is a scene 'A' in line 1 already\n");
+    EXPECT_EQ(DocumentFaults("<secne name='A'/>"),
+              "f:1:1: <secne> is nothing that a document can be; did you mean 'scene'?\n");
     // Values.
     const std::string block =
         "<user-scenes><scene name='A'>\n<background type='image'/><inputs><input "
-        "enabled='yes'><mix-blocks>\n<mix-block border-width='4px' process='1 6'>"
+        "enabled='maybe'><mix-blocks>\n<mix-block border-width='4px' process='1 6'>"
         "<dst-rect left='10' right='5'/></mix-block>\n"
         "<mix-block alpha='50%'/></mix-blocks></input></inputs></scene></user-scenes>";
     EXPECT_EQ(DocumentFaults(block),
               "f:2:1: the background is an image, but image-path names none\n"
-              "f:2:51: enabled=\"yes\": true or false is expected\n"
+              "f:2:51: enabled=\"maybe\": true or false is expected\n"
               "f:3:1: <mix-block> has no alpha: it can't be seen\n"
               "f:3:26: border-width=\"4px\": a whole number such as 12 or 0x0C is expected\n"
               "f:3:40: process=\"1 6\": a whole number such as 12 or 0x0C is expected\n"

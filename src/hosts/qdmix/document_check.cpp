@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
@@ -146,7 +147,9 @@ std::string Expected(ValueKind kind, std::string_view value) {
         case ValueKind::kName:
             return value.empty() ? "a text that isn't empty" : "";
         case ValueKind::kFlag:
-            return IsOneOf(value, {"true", "false"}) ? "" : "true or false";
+            return IsOneOf(value, {"true", "false", "yes", "no", "on", "off", "y", "n", "1", "0"})
+                       ? ""
+                       : "true or false";
         case ValueKind::kInteger:
             return IsInteger(value) ? "" : "a whole number such as 12 or 0x0C";
         case ValueKind::kSize:
@@ -181,6 +184,9 @@ public:
                 Fault(place, "nothing reads text between tags; values stand in attributes");
             }};
         WalkDocument(text, visitor, faults);
+        if (otherRoot && !isOtherRootOfUse) {
+            TellUnknown(*otherRoot, kRoot);
+        }
         return std::move(faults);
     }
 
@@ -191,17 +197,39 @@ private:
         if (IsBelowUnknown(path)) {
             return;
         }
-        const std::string_view parent = ParentOf(path);
-        for (const ElementRule& rule : Rules()) {
-            // The names of these are compared as they stand, those of others in any case.
-            if (rule.parent == parent && rule.name == element.name) {
-                CheckAttributes(element, rule);
+        for (const std::string_view parent : ParentsOf(path)) {
+            const ElementRule* const rule = FindRule(element, parent);
+            if (rule != nullptr) {
+                isOtherRootOfUse = isOtherRootOfUse || path.size() == 1;
+                CheckAttributes(element, *rule);
                 CheckMeaning(element, parent);
                 return;
             }
         }
-        TellUnknown(element, parent);
+        if (path.empty() && !otherRoot) {
+            otherRoot = element;
+            return;
+        }
+        TellUnknown(element, ParentsOf(path).front());
         unknown.insert(element.place);
+    }
+
+    // Names are compared as they stand.
+    static const ElementRule* FindRule(const DocumentElement& element, std::string_view parent) {
+        for (const ElementRule& rule : Rules()) {
+            if (rule.parent == parent && rule.name == element.name) {
+                return &rule;
+            }
+        }
+        return nullptr;
+    }
+
+    // The outermost element may bear any name: what stands in it tells what it is.
+    std::vector<std::string_view> ParentsOf(const std::vector<DocumentElement>& path) const {
+        if (path.size() == 1 && otherRoot) {
+            return {"user-scenes", "qdvideomixer", "m_config"};
+        }
+        return {ParentOf(path)};
     }
 
     bool IsBelowUnknown(const std::vector<DocumentElement>& path) const {
@@ -316,8 +344,10 @@ private:
     }
 
     std::vector<TextFault> faults;
-    std::set<TextPlace> unknown;            // elements that no rule knows
-    std::map<std::string, int> sceneLines;  // by name
+    std::set<TextPlace> unknown;               // elements that no rule knows
+    std::optional<DocumentElement> otherRoot;  // the outermost one, if its name is none of ours
+    bool isOtherRootOfUse = false;             // it has something that is read
+    std::map<std::string, int> sceneLines;     // by name
 };
 
 }  // namespace
