@@ -8,7 +8,7 @@ find_program(QDVM_ENV env REQUIRED)
 set(QDVM_SANITIZER_OPTIONS
     "ASAN_OPTIONS=detect_stack_use_after_return=1:strict_string_checks=1"
     "UBSAN_OPTIONS=print_stacktrace=1"
-    "TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1")
+    "TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1:suppressions=${PROJECT_SOURCE_DIR}/tests/support/tsan.supp")
 
 # Helpers shared by the tests. A static library, so that a test of a low room is not asked to link
 # a helper for a higher one.
