@@ -24,6 +24,7 @@ std::u16string InputName(std::uint32_t number) {
 
 CCoQDVideoMixerIn::CCoQDVideoMixerIn(CCoQDVideoMixer& owner, std::uint32_t number)
     : Root(owner, number, PINDIR_INPUT, InputName(number)),
+      InputStream(owner.LockOwner()),
       receiveLock(LockRank::Receive, owner.LockOwner()),
       seekLock(LockRank::Leaf, owner.LockOwner()) {}
 

@@ -21,6 +21,7 @@ constexpr int kMostTypes = 4096;
 
 CCoQDVideoMixerOut::CCoQDVideoMixerOut(CCoQDVideoMixer& owner)
     : Root(owner, kOutputPinId, PINDIR_OUTPUT, u"Mixed Out"),
+      OutputStage(owner.LockOwner()),
       connectionLock(LockRank::Leaf, owner.LockOwner()) {}
 
 HRESULT CCoQDVideoMixerOut::QueryInterface(REFIID iid, void** object) {

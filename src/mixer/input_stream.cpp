@@ -28,7 +28,7 @@ VM_VIDEO_PROPS PropsOf(const MediaType& type) {
 
 }  // namespace
 
-InputStream::InputStream() {
+InputStream::InputStream(const void* lockOwner) : streamLock(LockRank::Stream, lockOwner) {
     maxWaitFrames = settings.maxWaitFrames;
     lostShow = settings.lostShow;
     pixels.bARGB32Mix = settings.argb32Mix;

@@ -39,7 +39,8 @@ struct ThumbnailSize {
 // delivers frames.
 class InputStream {
 public:
-    InputStream();
+    // lockOwner: whose locks streamLock is taken inside of, see LockOrder.
+    explicit InputStream(const void* lockOwner = nullptr);
     InputStream(const InputStream&) = delete;
     InputStream& operator=(const InputStream&) = delete;
 
@@ -149,7 +150,7 @@ public:
     std::atomic<bool> freeEventOpen{false};      // between pause and stop; streamLock to change
     std::atomic<std::uint32_t> flushCount{0};    // a frame from before a flush must not be stored
 
-    mutable CriticalSection streamLock{LockRank::Stream};
+    mutable CriticalSection streamLock;
 
 protected:
     ~InputStream() = default;

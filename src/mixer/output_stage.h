@@ -21,7 +21,9 @@ namespace qdvm {
 
 class OutputStage {
 public:
-    OutputStage() = default;
+    // lockOwner: whose locks the stage takes its own inside of, see LockOrder.
+    explicit OutputStage(const void* lockOwner = nullptr)
+        : formatLock(LockRank::Leaf, lockOwner), queueLock(LockRank::Leaf, lockOwner) {}
     OutputStage(const OutputStage&) = delete;
     OutputStage& operator=(const OutputStage&) = delete;
 
@@ -67,12 +69,12 @@ private:
     bool TakeItem(MediaFrame* frame, std::size_t* left);
     void GrowQueue() QDVM_REQUIRES(queueLock);
 
-    mutable CriticalSection formatLock{LockRank::Leaf};
+    mutable CriticalSection formatLock;
     VM_VIDEO_PROPS outputProps QDVM_GUARDED_BY(formatLock){};
     MediaType outputType QDVM_GUARDED_BY(formatLock);
 
     // A ring that doubles when it is full: the allocator's buffer count bounds what can wait.
-    CriticalSection queueLock{LockRank::Leaf};
+    CriticalSection queueLock;
     std::vector<MediaFrame> deliveryQueue QDVM_GUARDED_BY(queueLock);
     std::size_t queueHead QDVM_GUARDED_BY(queueLock) = 0;
     std::size_t queueCount QDVM_GUARDED_BY(queueLock) = 0;

@@ -251,7 +251,7 @@ FakeInput& FakeFilter::In(std::size_t number) { return static_cast<FakeInput&>(*
 FakeInput& FakeFilter::AddInput() {
     SharedLockGuard pins(pinsLock, SharedLockGuard::Mode::kExclusive);
     order.push_back(static_cast<std::int32_t>(inputs.size()));
-    inputs.push_back(Ref<InputStream>(new FakeInput));
+    inputs.push_back(Ref<InputStream>(new FakeInput(LockOwner())));
     return In(inputs.size() - 1);
 }
 

@@ -56,6 +56,7 @@ MediaFrame MakeFrame(BYTE value, std::int64_t start = 0, std::int64_t stop = 0);
 
 class FakeInput final : public InputStream {
 public:
+    explicit FakeInput(const void* lockOwner) : InputStream(lockOwner) {}
     ULONG AddRef() override { return ++references; }
     ULONG Release() override;
     bool IsConnected() const override { return connected; }
