@@ -110,20 +110,20 @@ void CCoQDVideoMixer::TakeSnapshot() {
 }
 
 void CCoQDVideoMixer::RemoveInputPins(std::uint32_t leavingPin) {
-    std::vector<Ref<InputStream>> removed;  // let go of after the lock
-    {
-        SharedLockGuard pins(pinsLock, Mode::kExclusive);
-        for (std::size_t i = inputs.size() - 1; i > 0; --i) {
+    for (;;) {
+        Ref<InputStream> removed;  // let go of after the lock
+        {
+            SharedLockGuard pins(pinsLock, Mode::kExclusive);
+            const std::size_t i = inputs.size() - 1;
             // The pin that leaves becomes the free one; what stands before it stays.
-            if (i == leavingPin || inputs[i]->IsConnected()) break;
-            if (i - 1 != leavingPin && inputs[i - 1]->IsConnected()) break;
-            removed.push_back(std::move(inputs[i]));
+            if (i == 0 || i == leavingPin || inputs[i]->IsConnected()) return;
+            if (i - 1 != leavingPin && inputs[i - 1]->IsConnected()) return;
+            removed = std::move(inputs[i]);
             inputs.pop_back();
             std::erase(order, static_cast<std::int32_t>(i));
         }
+        static_cast<CCoQDVideoMixerIn*>(removed.Get())->LeaveFilter();
     }
-    for (const Ref<InputStream>& stream : removed)
-        static_cast<CCoQDVideoMixerIn*>(stream.Get())->LeaveFilter();
 }
 
 bool CCoQDVideoMixer::HasConnectedInput() const {

@@ -7,8 +7,10 @@
 #include "graph/output_pin.h"
 #include "graph/pin_accessors.h"
 #include "graph/pin_selection.h"
+#include "platform/no_throw.h"
 #include "platform/trace.h"
 
+#include <functional>
 #include <string>
 #include <utility>
 
@@ -18,6 +20,20 @@ namespace {
 std::u16string InputName(std::uint32_t number) {
     const std::string digits = std::to_string(number + 1);
     return u"Stream " + std::u16string(digits.begin(), digits.end()) + u" In";
+}
+
+// Empty if memory is short.
+std::function<void()> SeekToStart(const Ref<IMediaSeeking>& seeking) {
+    std::function<void()> seek;
+    (void)NoThrow([&] {
+        seek = [seeking] {
+            LONGLONG start = 0;
+            (void)seeking->SetPositions(&start, AM_SEEKING_AbsolutePositioning, nullptr,
+                                        AM_SEEKING_NoPositioning);
+        };
+        return S_OK;
+    });
+    return seek;
 }
 
 }  // namespace
@@ -54,14 +70,16 @@ HRESULT CCoQDVideoMixerIn::ReceiveConnection(IPin* connector, const AM_MEDIA_TYP
     Trace("[ReceiveConnection MT] pin %u, %08X", pinId, type->subtype.Data1);
     const HRESULT result = CheckPeerDirection(*connector);
     if (Failed(result)) return result;
-    if (mixer->State() == PlayState::kStopped) {
-        ScopedLock state(mixer->filterLock);
+    return NoThrow([&] {
         if (mixer->State() == PlayState::kStopped) {
-            ScopedLock guard(pinLock);
-            return ConnectStopped(*mixer, *connector, *type);
+            ScopedLock state(mixer->filterLock);
+            if (mixer->State() == PlayState::kStopped) {
+                ScopedLock guard(pinLock);
+                return ConnectStopped(*mixer, *connector, *type);
+            }
         }
-    }
-    return ChangeFormat(*mixer, *connector, *type);
+        return ChangeFormat(*mixer, *connector, *type);
+    });
 }
 
 HRESULT CCoQDVideoMixerIn::ConnectStopped(CCoQDVideoMixer& mixer, IPin& connector,
@@ -96,13 +114,18 @@ HRESULT CCoQDVideoMixerIn::TakeConnection(CCoQDVideoMixer& mixer, IPin& connecto
     HRESULT result = wanted.Assign(&type);
     if (Failed(result)) return result;
     const MediaType saved = ConnectionType();
+    const Ref<IPin> formerPeer = Peer();
     result = ApplyMediaType(&wanted);
     if (Succeeded(result)) {
         SetPeer(&connector);
-        result = mixer.CompleteInputConnection(pinId);
-        if (Failed(result)) (void)TakePeer();
+        result = NoThrow([&] { return mixer.CompleteInputConnection(pinId); });
+        if (Failed(result)) SetPeer(formerPeer.Get());
     }
-    if (Failed(result)) (void)ApplyMediaType(saved.HasMajorType() ? &saved : nullptr);
+    if (Failed(result)) {
+        (void)ApplyMediaType(saved.HasMajorType() ? &saved : nullptr);
+        // The free pin that came behind this one.
+        if (!formerPeer) mixer.RemoveInputPins(pinId);
+    }
     return result;
 }
 
@@ -222,11 +245,9 @@ bool CCoQDVideoMixerIn::SeekUpstreamToStart() {
     if (!isSeeking) {
         seekThread.Join();
         // A thread of its own: the one that delivers the end may be the one that the seek stops.
-        isSeeking = Succeeded(seekThread.Start("qdvm-seek", ThreadPriority::Normal, [seeking] {
-            LONGLONG start = 0;
-            (void)seeking->SetPositions(&start, AM_SEEKING_AbsolutePositioning, nullptr,
-                                        AM_SEEKING_NoPositioning);
-        }));
+        std::function<void()> seek = SeekToStart(seeking);
+        isSeeking = seek && Succeeded(seekThread.Start("qdvm-seek", ThreadPriority::Normal,
+                                                       std::move(seek)));
     }
     seekLock.Unlock();
     return isSeeking;

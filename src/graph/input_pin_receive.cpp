@@ -7,6 +7,7 @@
 #include "graph/sample_allocator.h"
 
 #include "frames/format_table.h"
+#include "platform/no_throw.h"
 #include "platform/trace.h"
 
 #include <algorithm>
@@ -77,9 +78,11 @@ HRESULT CCoQDVideoMixerIn::Receive(IMediaSample* sample) {
     // From here on the thread may block, and pinLock is free for a flush to get through.
     ScopedLock guard(receiveLock);
     if (flushing) return S_FALSE;
-    const HRESULT result = TakeSampleType(*mixer, *sample);
-    if (Failed(result)) return result;
-    return mixer->ReceiveFrame(pinId, FrameOf(sample), flushesSeen);
+    return NoThrow([&] {
+        const HRESULT result = TakeSampleType(*mixer, *sample);
+        if (Failed(result)) return result;
+        return mixer->ReceiveFrame(pinId, FrameOf(sample), flushesSeen);
+    });
 }
 
 // A sample that carries a type of its own changes the stream's format.

@@ -11,10 +11,10 @@
 #include "platform/trace.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <exception>
 #include <string_view>
-#include <system_error>
 #include <thread>
-#include <vector>
 
 namespace qdvm {
 namespace {
@@ -83,7 +83,7 @@ void CCoQDVideoMixer::OnLastRelease() {
     // A neighbour let go last, in a call from one of the filter's threads, which are waited for.
     try {
         std::thread([this] { Dismantle(); }).detach();
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {
         Trace("[Filter] no thread left to take it apart");
     }
 }
@@ -153,13 +153,15 @@ HRESULT CCoQDVideoMixer::ChangeState(PlayState newState, REFERENCE_TIME start) {
 
 // With no lock held: a seek flushes the pins.
 void CCoQDVideoMixer::FinishSeeks() {
-    std::vector<Ref<InputStream>> streams;
-    {
-        SharedLockGuard guard(pinsLock, SharedLockGuard::Mode::kShared);
-        streams = inputs;
-    }
-    for (const Ref<InputStream>& stream : streams)
+    for (std::size_t i = 0;; ++i) {
+        Ref<InputStream> stream;
+        {
+            SharedLockGuard guard(pinsLock, SharedLockGuard::Mode::kShared);
+            if (i >= inputs.size()) return;
+            stream = inputs[i];
+        }
         static_cast<CCoQDVideoMixerIn*>(stream.Get())->FinishSeek();
+    }
 }
 
 HRESULT CCoQDVideoMixer::GetState(DWORD /*timeoutMs*/, FILTER_STATE* out) {

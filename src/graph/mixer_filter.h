@@ -130,6 +130,7 @@ private:
     eVM_Interlace ChooseInterlace(const VM_VIDEO_PROPS& given) const;
     void RebuildOutputTypes(const MediaType& type, const VM_VIDEO_PROPS& given);
     HRESULT ReconnectOutput(const MediaType& type);
+    HRESULT ChangeOutputProps(const VM_VIDEO_PROPS* wanted);
     HRESULT CompareOutputProps(const VM_VIDEO_PROPS* wanted) const;
 
     std::atomic<ULONG> references{1};

@@ -6,6 +6,7 @@
 
 #include "frames/format_table.h"
 #include "frames/media_type_map.h"
+#include "platform/no_throw.h"
 #include "platform/trace.h"
 
 #include <algorithm>
@@ -61,10 +62,12 @@ bool Differs(std::int32_t wanted, std::int32_t present) { return wanted != 0 && 
 }  // namespace
 
 HRESULT CCoQDVideoMixer::BuildOutputFormat(bool reconnect) {
-    MediaType built;
-    const HRESULT result = RebuildOutput(&built);
-    if (Succeeded(result) && reconnect) (void)ReconnectOutput(built);
-    return result;
+    return NoThrow([&] {
+        MediaType built;
+        const HRESULT result = RebuildOutput(&built);
+        if (Succeeded(result) && reconnect) (void)ReconnectOutput(built);
+        return result;
+    });
 }
 
 HRESULT CCoQDVideoMixer::RebuildOutput(MediaType* built) {
@@ -184,21 +187,25 @@ HRESULT CCoQDVideoMixer::CompareOutputProps(const VM_VIDEO_PROPS* wanted) const 
 }
 
 HRESULT CCoQDVideoMixer::SetOutputProps(const VM_VIDEO_PROPS* _pProps) {
+    return NoThrow([&] { return ChangeOutputProps(_pProps); });
+}
+
+HRESULT CCoQDVideoMixer::ChangeOutputProps(const VM_VIDEO_PROPS* wanted) {
     ScopedLock request(requestLock);
     Scene scene;
     MediaType built;
     HRESULT result = S_OK;
     {
         ScopedLock filter(filterLock);
-        if (State() != PlayState::kStopped) return CompareOutputProps(_pProps);
+        if (State() != PlayState::kStopped) return CompareOutputProps(wanted);
         SharedLockGuard pins(pinsLock, Mode::kShared);
         SharedLockGuard layout(mixLock, Mode::kExclusive);
+        CaptureScene(*this, &scene);
         {
             ScopedLock guard(propsLock);
-            givenOutputProps = _pProps ? *_pProps : VM_VIDEO_PROPS{};
+            givenOutputProps = wanted ? *wanted : VM_VIDEO_PROPS{};
         }
         dirty = true;
-        CaptureScene(*this, &scene);
         result = RebuildOutput(&built);
     }
     if (Failed(result)) return result;

@@ -2,6 +2,7 @@
 
 #include "frames/media_type.h"
 #include "frames/media_type_map.h"
+#include "platform/no_throw.h"
 
 #include <algorithm>
 #include <utility>
@@ -79,7 +80,7 @@ HRESULT CPinSelection::Select(IUnknown* object) {
     std::vector<Ref<IPin>> taken;
     for (int i = 0; i < kWalkTries; ++i) {
         taken.clear();
-        result = Walk(*enumerator, &taken);
+        result = NoThrow([&] { return Walk(*enumerator, &taken); });
         if (result != VFW_E_ENUM_OUT_OF_SYNC) break;
     }
     if (Failed(result)) return result;

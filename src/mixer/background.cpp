@@ -11,6 +11,7 @@
 #include "pixels/img_mix.h"
 #include "pixels/img_resize.h"
 #include "platform/counted_string.h"
+#include "platform/no_throw.h"
 #include "platform/trace.h"
 
 #include <algorithm>
@@ -167,7 +168,8 @@ HRESULT MixerCore::SetBackground2(eVM_Background _eBackGround, LONG _nColor, BST
                                   LONG _nMSecToChange) {
     // With no lock held: the output goes on while a picture is decoded.
     BackgroundChange change;
-    const HRESULT result = LoadBackground(_eBackGround, _nColor, _bsFileName, &change);
+    const HRESULT result =
+        NoThrow([&] { return LoadBackground(_eBackGround, _nColor, _bsFileName, &change); });
     if (Failed(result)) return result;
     SharedLockGuard mix(mixLock, SharedLockGuard::Mode::kExclusive);
     SetBackgroundLocked(std::move(change), _nMSecToChange);

@@ -1,6 +1,7 @@
 #include "mixer/load_image.h"
 
 #include "frames/format_table.h"
+#include "platform/no_throw.h"
 #include "platform/picture_file.h"
 
 #include <cstdint>
@@ -98,10 +99,8 @@ HRESULT Decode(FileBytes file, AlphaForm form, LoadedImage* image) {
     return S_OK;
 }
 
-}  // namespace
-
-HRESULT LoadImage(std::u16string_view path, bool bStraightAlpha, LoadedImage* image) {
-    *image = {};
+// Throws std::bad_alloc.
+HRESULT Load(std::u16string_view path, bool bStraightAlpha, LoadedImage* image) {
     std::vector<std::uint8_t> file;
     HRESULT result = ReadPictureFile(path, file);
     if (result == HResultFromWin32(ERROR_FILE_NOT_FOUND) || result == E_OUTOFMEMORY) return result;
@@ -111,6 +110,13 @@ HRESULT LoadImage(std::u16string_view path, bool bStraightAlpha, LoadedImage* im
         if (result != S_FALSE) return result;
     }
     return Decode(file, bStraightAlpha ? AlphaForm::kStraight : AlphaForm::kPremultiplied, image);
+}
+
+}  // namespace
+
+HRESULT LoadImage(std::u16string_view path, bool bStraightAlpha, LoadedImage* image) {
+    *image = {};
+    return NoThrow([&] { return Load(path, bStraightAlpha, image); });
 }
 
 }  // namespace qdvm

@@ -6,9 +6,12 @@
 #include "mixer/rect_mask.h"
 #include "platform/bitmap_table.h"
 #include "platform/counted_string.h"
+#include "platform/no_throw.h"
 
 #include <memory>
+#include <string>
 #include <string_view>
+#include <utility>
 
 namespace qdvm {
 namespace {
@@ -23,8 +26,11 @@ MixBlock* FindRect(InputStream* stream, LONG number) {
 }
 
 // A mask that can't be made leaves none, and no name.
-HRESULT Named(MixBlock& rect, std::u16string_view name, HRESULT made) {
-    rect.maskName = Succeeded(made) ? name : std::u16string_view{};
+HRESULT Named(MixBlock& rect, std::u16string& name, HRESULT made) {
+    if (Succeeded(made))
+        rect.maskName = std::move(name);
+    else
+        rect.maskName.clear();
     return made;
 }
 
@@ -59,14 +65,19 @@ HRESULT MixerCore::SetRectMask(LONG _nStream, LONG _nRect, BSTR _bsFile) {
         const HRESULT result = LoadImage(name, false, &image);
         if (Failed(result)) return result;
     }
-    return ChangeMask(_nStream, _nRect, [&](MixBlock& rect) {
-        if (name.empty()) {
-            ClearMask(rect);
-            return S_OK;
-        }
-        return Named(rect, name,
-                     shape != BuiltInMask::kNone ? MakeBuiltInMask(rect, shape)
-                                                 : MakeMask(rect, image.props, image.pixels.At(0)));
+    return NoThrow([&] {
+        // Before the mask is touched: one that isn't kept is no reason to lose the other.
+        std::u16string kept(name);
+        return ChangeMask(_nStream, _nRect, [&](MixBlock& rect) {
+            if (name.empty()) {
+                ClearMask(rect);
+                return S_OK;
+            }
+            return Named(rect, kept,
+                         shape != BuiltInMask::kNone
+                             ? MakeBuiltInMask(rect, shape)
+                             : MakeMask(rect, image.props, image.pixels.At(0)));
+        });
     });
 }
 
@@ -79,8 +90,11 @@ HRESULT MixerCore::SetRectMaskHandle(LONG _nStream, LONG _nRect, LONG _lHandle, 
     if (info.nBitsPerPixel != 24 && info.nBitsPerPixel != 32) return E_INVALIDARG;
     const PIC_PROPS props = {info.nBitsPerPixel == 24 ? kFccRGB24 : kFccRGB32, info.nWidth,
                              info.nHeight, info.nWidth};
-    return ChangeMask(_nStream, _nRect, [&](MixBlock& rect) {
-        return Named(rect, ViewOf(_bsMaskName), MakeMask(rect, props, bitmap->rows.data()));
+    return NoThrow([&] {
+        std::u16string kept(ViewOf(_bsMaskName));
+        return ChangeMask(_nStream, _nRect, [&](MixBlock& rect) {
+            return Named(rect, kept, MakeMask(rect, props, bitmap->rows.data()));
+        });
     });
 }
 

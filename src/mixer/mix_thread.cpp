@@ -22,12 +22,13 @@ constexpr std::int32_t kWaitSliceMs = 100;
 
 }  // namespace
 
-void MixerCore::StartMixThread() {
+HRESULT MixerCore::StartMixThread() {
     stopEvent.Clear();
     runMixThread = true;
     const HRESULT result =
         mixThread.Start("MixThread", ThreadPriority::AboveNormal, [this] { MixLoop(); });
     if (Failed(result)) runMixThread = false;
+    return result;
 }
 
 void MixerCore::StopMixThread() {

@@ -81,6 +81,7 @@ public:
 
     // --- layout, for callers that hold mixLock exclusive (scenes) ---
 
+    // Throws std::bad_alloc where a rect is added, and then adds none.
     HRESULT SetRectLocked(InputStream& stream, LONG* rectNo, const VM_MIXING_RECT* rect,
                           std::int32_t milliseconds);
     // A negative number means all rects, at once.
@@ -93,7 +94,8 @@ public:
     void SetKeyLocked(InputStream& stream, const ChromaKeySettings& settings);
 
     // What SetBackgroundLocked needs. Takes no lock of the order: the output goes on while a
-    // picture is read and brought to the output's size. A failure leaves *change as it was.
+    // picture is read and brought to the output's size. A failure leaves *change as it was. Throws
+    // std::bad_alloc.
     HRESULT LoadBackground(eVM_Background kind, LONG colour, BSTR fileName,
                            BackgroundChange* change) const;
 
@@ -236,7 +238,7 @@ private:
     void PaceLostFrame(const MediaFrame& sample);
 
     // mix_thread
-    void StartMixThread();
+    HRESULT StartMixThread();
     void StopMixThread();
     void MixLoop();
     void MixRound();

@@ -1,7 +1,9 @@
 #include "mixer/output_stage.h"
 
 #include "frames/media_type_map.h"
+#include "platform/no_throw.h"
 #include "platform/ticks.h"
+#include "platform/trace.h"
 
 #include <algorithm>
 #include <utility>
@@ -20,6 +22,13 @@ VM_VIDEO_PROPS PropsOf(const MediaType& type) {
     props.nAspectY = aspect.y;
     props.dblStreamFPS = FramesPerSecondOf(AvgTimePerFrameOf(*type));
     return props;
+}
+
+HRESULT MakeRoom(std::vector<MediaFrame>& queue) {
+    return NoThrow([&queue] {
+        queue.reserve(std::max(kFirstQueueLength, queue.size() * 2));
+        return S_OK;
+    });
 }
 
 }  // namespace
@@ -56,19 +65,25 @@ void OutputStage::PutOutput(MediaFrame frame) {
         if (!frame && queueCount != 0 &&
             !deliveryQueue[(queueHead + queueCount - 1) % deliveryQueue.size()])
             return;
-        if (queueCount == deliveryQueue.size()) GrowQueue();
+        if (queueCount == deliveryQueue.size() && !GrowQueue()) {
+            Trace("[No room to deliver] %d wait", static_cast<int>(queueCount));
+            return;
+        }
         deliveryQueue[(queueHead + queueCount) % deliveryQueue.size()] = std::move(frame);
         ++queueCount;
     }
     wakeEvent.Set();
 }
 
-void OutputStage::GrowQueue() {
+// False if memory is short, and the queue is as it was.
+bool OutputStage::GrowQueue() {
+    if (Failed(MakeRoom(deliveryQueue))) return false;
     std::rotate(deliveryQueue.begin(),
                 deliveryQueue.begin() + static_cast<std::ptrdiff_t>(queueHead),
                 deliveryQueue.end());
     queueHead = 0;
-    deliveryQueue.resize(std::max(kFirstQueueLength, deliveryQueue.size() * 2));
+    deliveryQueue.resize(deliveryQueue.capacity());
+    return true;
 }
 
 void OutputStage::FlushOutputQueue() {

@@ -54,7 +54,8 @@ public:
     std::int64_t OutputTypeFrameTime() const;  // 100 ns; 0 if the type doesn't tell
     VM_VIDEO_PROPS OutputProps() const;
 
-    // An empty frame stands for the end of the stream. Does nothing unless delivery is started.
+    // An empty frame stands for the end of the stream. Does nothing unless delivery is started, or
+    // where memory is too short for one more to wait.
     void PutOutput(MediaFrame frame);
     void FlushOutputQueue();
     HRESULT StartDelivery();
@@ -67,7 +68,7 @@ protected:
 private:
     void DeliveryLoop();
     bool TakeItem(MediaFrame* frame, std::size_t* left);
-    void GrowQueue() QDVM_REQUIRES(queueLock);
+    bool GrowQueue() QDVM_REQUIRES(queueLock);
 
     mutable CriticalSection formatLock;
     VM_VIDEO_PROPS outputProps QDVM_GUARDED_BY(formatLock){};

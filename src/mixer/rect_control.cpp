@@ -4,6 +4,7 @@
 #include "frames/rounding.h"
 #include "mixer/mixer_core.h"
 #include "mixer/rect_change.h"
+#include "platform/no_throw.h"
 
 #include <algorithm>
 #include <cstring>
@@ -167,7 +168,8 @@ HRESULT MixerCore::SetInputRect2(LONG _nStreamNo, LONG* _pnRectNo, const VM_MIXI
     SharedLockGuard mix(mixLock, SharedLockGuard::Mode::kExclusive);
     InputStream* stream = FindStream(_nStreamNo);
     if (!stream) return E_INVALIDARG;
-    const HRESULT result = SetRectLocked(*stream, _pnRectNo, _pVMRect, _nMSecToChange);
+    const HRESULT result =
+        NoThrow([&] { return SetRectLocked(*stream, _pnRectNo, _pVMRect, _nMSecToChange); });
     if (Succeeded(result)) dirty = true;
     return result;
 }

@@ -2,6 +2,7 @@
 
 #include "mixer/mixer_core.h"
 #include "mixer/time_math.h"
+#include "platform/no_throw.h"
 #include "platform/ticks.h"
 
 #include <utility>
@@ -11,17 +12,22 @@ namespace qdvm {
 HRESULT MixerCore::StartFromStopped(PlayState newState, std::int64_t startTimeGiven) {
     framesMixed = 0;
     timeBase = 0;
-    ResetStreams();
+    const HRESULT reset = NoThrow([this] {
+        ResetStreams();
+        return S_OK;
+    });
+    if (Failed(reset)) return reset;
     lastOutputTick = startTick = TickCountMs();
     framesDelivered = 0;
     if (readyEvents.empty() || !outputStage->IsConnected()) return VFW_E_NOT_CONNECTED;
-    const HRESULT result = outputStage->CommitAllocator();
+    HRESULT result = outputStage->CommitAllocator();
     if (Failed(result)) return result;
     // Before the threads, which stamp by it.
     SetState(newState, startTimeGiven);
-    (void)outputStage->StartDelivery();
-    if (masterStream < 0) StartMixThread();
-    return S_OK;
+    result = outputStage->StartDelivery();
+    if (Succeeded(result) && masterStream < 0) result = StartMixThread();
+    if (Failed(result)) (void)StopRunning();
+    return Failed(result) ? result : S_OK;
 }
 
 // Readies every stream, notes what the composition waits for, and shows the first connected stream

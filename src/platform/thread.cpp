@@ -1,6 +1,6 @@
 #include "platform/thread.h"
 
-#include <system_error>
+#include <exception>
 #include <utility>
 
 namespace qdvm {
@@ -24,7 +24,7 @@ HRESULT Thread::Start(const std::string& name, ThreadPriority priority,
             runner.store(std::thread::id());
             isRunning.store(false, std::memory_order_release);
         });
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {
         isRunning.store(false, std::memory_order_release);
         return E_OUTOFMEMORY;
     }

@@ -26,7 +26,7 @@ public:
 
     // Runs body on a new thread. The name shows in debuggers, cut to what the system allows. A
     // raised priority is asked for and not insisted on. E_UNEXPECTED if a started thread hasn't
-    // been joined; E_OUTOFMEMORY if the system has no thread left.
+    // been joined; E_OUTOFMEMORY if the system has no thread or no memory left.
     HRESULT Start(const std::string& name, ThreadPriority priority, std::function<void()> body);
 
     // Waits for the body to return. Does nothing if no thread was started, and nothing on the

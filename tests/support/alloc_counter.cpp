@@ -9,7 +9,22 @@ namespace {
 std::atomic<bool> isCounting{false};
 std::atomic<std::size_t> allocations{0};
 
+struct Shortness {
+    bool isShort = false;
+    bool hasFailed = false;
+    std::size_t left = 0;
+};
+thread_local Shortness shortness;
+
+bool IsRefused() {
+    if (!shortness.isShort) return false;
+    if (shortness.left == 0) return shortness.hasFailed = true;
+    --shortness.left;
+    return false;
+}
+
 void* Allocate(std::size_t size) {
+    if (IsRefused()) return nullptr;
     if (isCounting.load(std::memory_order_relaxed)) ++allocations;
     return std::malloc(size != 0 ? size : 1);
 }
@@ -45,5 +60,11 @@ AllocCounter::AllocCounter() {
 AllocCounter::~AllocCounter() { isCounting = false; }
 
 std::size_t AllocCounter::Count() const { return allocations; }
+
+ShortMemory::ShortMemory(std::size_t count) { shortness = {true, false, count}; }
+
+ShortMemory::~ShortMemory() { shortness = {}; }
+
+bool ShortMemory::HasFailed() const { return shortness.hasFailed; }
 
 }  // namespace qdvm::test

@@ -3,6 +3,7 @@
 #include "frames/format_table.h"
 #include "pixels/convert_picture.h"
 #include "pixels/primitives/colour_space.h"
+#include "platform/no_throw.h"
 
 #include <algorithm>
 #include <array>
@@ -87,12 +88,14 @@ HRESULT ReadBorderColour(const BYTE* frame, const PIC_PROPS& props, BorderColour
     const std::int32_t height = AbsHeight(props);
     if (props.nWidth < 1 || height < 1) return E_INVALIDARG;
     const PIC_PROPS topDown{kFccRGB32, props.nWidth, -height, props.nWidth};
-    std::vector<BYTE> picture(FrameBytes(topDown));
-    const HRESULT result = ConvertPicture(frame, picture.data(), props, topDown, false);
-    if (result != S_OK) return Failed(result) ? result : E_FAIL;
-    std::vector<BorderPixel> pixels = BorderOf(picture.data(), props.nWidth, height);
-    *found = Judge(pixels);
-    return S_OK;
+    return NoThrow([&] {
+        std::vector<BYTE> picture(FrameBytes(topDown));
+        const HRESULT result = ConvertPicture(frame, picture.data(), props, topDown, false);
+        if (result != S_OK) return Failed(result) ? result : E_FAIL;
+        std::vector<BorderPixel> pixels = BorderOf(picture.data(), props.nWidth, height);
+        *found = Judge(pixels);
+        return S_OK;
+    });
 }
 
 }  // namespace qdvm

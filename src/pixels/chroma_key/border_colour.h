@@ -18,7 +18,8 @@ struct BorderColour {
 
 // Looks at the upper border and the upper three quarters of the left and the right one: below
 // stands who is filmed. `frame` has FrameBytes of `props`, in any format that is mixed. Allocates
-// working memory. Also the failures of ConvertPicture; E_POINTER; E_INVALIDARG without pixels.
+// working memory. Also the failures of ConvertPicture; E_POINTER; E_OUTOFMEMORY; E_INVALIDARG
+// without pixels.
 HRESULT ReadBorderColour(const BYTE* frame, const PIC_PROPS& props, BorderColour* found);
 
 }  // namespace qdvm
