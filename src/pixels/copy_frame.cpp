@@ -7,6 +7,7 @@
 #include "pixels/primitives/copy.h"
 #include "pixels/v210_rows.h"
 #include "platform/guarded_copy.h"
+#include "platform/trace.h"
 
 #include <qdvideomixer/graph_results.h>
 
@@ -188,18 +189,31 @@ FrameDesc MakeFrameDesc(const PIC_PROPS& props) {
     return desc;
 }
 
+const char* CopyFrameLabel(std::int32_t fromType, std::int32_t toType) {
+    const int fromKind = KindOf(fromType);
+    const int toKind = KindOf(toType);
+    if (fromKind == kHdyc && toKind <= kBgr) return "CbYCr422ToBGR_709CSC_8u_C2C4R(ASM)";
+    if (fromKind <= kBgr && toKind == kHdyc) return "BGRToCbYCr422_709CSC_8u_C4C2R(ASM)";
+    return nullptr;
+}
+
 HRESULT CopyFrameCC(const BYTE* src, BYTE* dst, const FrameDesc* srcDesc,
                     const FrameDesc* dstDesc) {
     if (!src || !dst || !srcDesc || !dstDesc) return E_POINTER;
-    if (srcDesc->nRowBytes == 0 || dstDesc->nRowBytes == 0) return E_UNEXPECTED;
-    const int fromKind = KindOf(srcDesc->fccType);
-    const int toKind = KindOf(dstDesc->fccType);
+    const TraceTimer timer(CopyFrameLabel(srcDesc->fccType, dstDesc->fccType));
+    return CopyRowsCC(src, dst, *srcDesc, *dstDesc);
+}
+
+HRESULT CopyRowsCC(const BYTE* src, BYTE* dst, const FrameDesc& srcDesc, const FrameDesc& dstDesc) {
+    if (srcDesc.nRowBytes == 0 || dstDesc.nRowBytes == 0) return E_UNEXPECTED;
+    const int fromKind = KindOf(srcDesc.fccType);
+    const int toKind = KindOf(dstDesc.fccType);
     if (fromKind == kKinds || toKind == kKinds) return VFW_E_INVALIDSUBTYPE;
-    ImageSize size{std::min(srcDesc->nWidth, dstDesc->nWidth),
-                   std::min(AbsHeight(srcDesc->nHeight), AbsHeight(dstDesc->nHeight))};
+    ImageSize size{std::min(srcDesc.nWidth, dstDesc.nWidth),
+                   std::min(AbsHeight(srcDesc.nHeight), AbsHeight(dstDesc.nHeight))};
     if (size.width < 1 || size.height < 1) return E_FAIL;
-    const Rows<const BYTE> from = RowsOf(src, *srcDesc);
-    const Rows<BYTE> to = RowsOf(dst, *dstDesc);
+    const Rows<const BYTE> from = RowsOf(src, srcDesc);
+    const Rows<BYTE> to = RowsOf(dst, dstDesc);
     if (fromKind == kV210 && toKind == kV210) return CopyV210(from, to, size);
 
     const Steps& run = kSteps[fromKind][toKind];

@@ -38,4 +38,10 @@ FrameDesc MakeFrameDesc(const PIC_PROPS& props);
 // pixels, too narrow for a pair or with rows that overlap.
 HRESULT CopyFrameCC(const BYTE* src, BYTE* dst, const FrameDesc* srcDesc, const FrameDesc* dstDesc);
 
+// The same without a line for the trace, for who takes a frame row by row.
+HRESULT CopyRowsCC(const BYTE* src, BYTE* dst, const FrameDesc& srcDesc, const FrameDesc& dstDesc);
+
+// What the trace calls a conversion between these formats; null where it has no name.
+const char* CopyFrameLabel(std::int32_t fromType, std::int32_t toType);
+
 }  // namespace qdvm

@@ -1,5 +1,6 @@
 #include "platform/trace.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>
@@ -56,20 +57,38 @@ void Trace(const char* format, ...) {
 
 namespace {
 
-std::int64_t Microseconds() {
-    return std::chrono::duration_cast<std::chrono::microseconds>(
+std::int64_t Nanoseconds() {
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(
                std::chrono::steady_clock::now().time_since_epoch())
         .count();
+}
+
+void TellTime(const char* label, std::int64_t nanoseconds) {
+    Trace("%s %lld us", label, static_cast<long long>(nanoseconds / 1000));
 }
 
 }  // namespace
 
 TraceTimer::TraceTimer(const char* stage) : label(IsTraceOn() ? stage : nullptr) {
-    if (label) begin = Microseconds();
+    if (label) begin = Nanoseconds();
 }
 
 TraceTimer::~TraceTimer() {
-    if (label) Trace("%s %lld us", label, static_cast<long long>(Microseconds() - begin));
+    if (label) TellTime(label, Nanoseconds() - begin);
+}
+
+TraceSum::TraceSum(const char* stage) : label(IsTraceOn() ? stage : nullptr) {}
+
+TraceSum::~TraceSum() {
+    if (label && total >= 0) TellTime(label, total);
+}
+
+TraceSum::Span::Span(TraceSum& added) : sum(added) {
+    if (sum.label) begin = Nanoseconds();
+}
+
+TraceSum::Span::~Span() {
+    if (sum.label) sum.total = std::max<std::int64_t>(sum.total, 0) + Nanoseconds() - begin;
 }
 
 }  // namespace qdvm

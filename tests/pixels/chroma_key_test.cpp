@@ -7,6 +7,7 @@
 #include "support/guarded_memory.h"
 
 #include <qdvideomixer/graph_results.h>
+#include <qdvideomixer/trace.h>
 
 #include <gtest/gtest.h>
 
@@ -14,6 +15,9 @@
 #include <cstring>
 #include <limits>
 #include <random>
+#include <set>
+#include <string>
+#include <string_view>
 
 namespace qdvm::test {
 
@@ -331,6 +335,51 @@ TEST(ChromaKey, SmallPicturesThatCantBeSmoothedKeepTheirEdge) {
     Bytes plane(10, 7);
     EXPECT_TRUE(Failed(CK_GetAlphaKeyEx3(frame.data(), plane.data(), &desc, &settings, nullptr)));
     EXPECT_EQ(plane, (Bytes{0, 255, 0, 255, 0, 255, 0, 255, 0, 255}));
+}
+
+// Each stage that a key takes is told once for a picture, however many rows and keys it has.
+TEST(ChromaKey, TellsItsStagesToTheTrace) {
+    using Labels = std::multiset<std::string>;
+    const auto stagesOf = [](std::int32_t fccType, ChromaKeySettings settings) {
+        Labels labels;
+        SetTraceHook(
+            [](void* context, const char* line) {
+                const std::string_view text(line);
+                static_cast<Labels*>(context)->emplace(
+                    text.substr(0, text.rfind(' ', text.size() - 4)));
+            },
+            &labels);
+        const FrameDesc desc = DescOf(fccType, 16, 8);
+        Bytes frame = Patches(desc, 1);
+        Bytes plane(16 * 8);
+        EXPECT_EQ(CK_GetAlphaKeyEx3(frame.data(), plane.data(), &desc, &settings, nullptr), 0);
+        SetTraceHook(nullptr, nullptr);
+        return labels;
+    };
+    const std::string whole = "[CK_GetAlphaKeyEx3 (Cur)]";
+    const std::string one = "[MMXGetAlphaCenter_AC4C1 + Min (1 keys)]";
+    const std::string distance = "[SSEGetAlphaCenterEx_AC4C1]";
+    ChromaKeySettings settings = OneKey(eVMK_RGB, kGreen, 0x101010);
+    EXPECT_EQ(stagesOf(kFccRGB32, settings), (Labels{whole, one, distance}));
+    settings.keyType = eVMK_HLS;
+    EXPECT_EQ(stagesOf(kFccRGB24, settings),
+              (Labels{whole, "[RGB24->RGB32]", "[RGB->HLS]", one, distance}));
+    settings.nSmooth = 3;
+    settings.nSpillMode = eVMSM_Matrix;
+    settings.keys[0].spillChroma = 50;
+    const std::string measure = "[SSEGetAlphaCenterEx_AC4C1(Chroma) + UV Scale + Smooth]";
+    EXPECT_EQ(stagesOf(kFccYUY2, settings),
+              (Labels{whole, "[YUV->RGB32]", "[RGB->HLS]", one, distance, "[Gauss+AND 3]",
+                      "[Anti-Spill (Full)]", measure, "[SSECorrectUV_422_C1IR]"}));
+    settings.keyType = eVMK_YUV;
+    settings.nSmooth = 0;
+    settings.nSpillMode = eVMSM_UV;
+    settings.nKeys = 2;
+    settings.keys[1] = settings.keys[0];
+    EXPECT_EQ(stagesOf(kFccHDYC, settings),
+              (Labels{whole, "[YUV->RGB32]", "CbYCr422ToBGR_709CSC_8u_C2C4R(ASM)", "[RGB->YUV]",
+                      "[MMXGetAlphaCenter_AC4C1 + Min (2 keys)]", distance, "[Anti-Spill (Full)]",
+                      measure, "[Anti-Spill (UV)]"}));
 }
 
 TEST(ChromaKey, WorksInTheMemoryThatItIsLent) {

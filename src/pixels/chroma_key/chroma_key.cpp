@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <cstdlib>
 #include <limits>
 
@@ -38,7 +39,7 @@ struct KeyMemory {
         const std::size_t width = static_cast<std::size_t>(size.width);
         keyRow = Aligned(4 * width);
         spill = plan.spills > 0 ? Aligned(SpillRows::BytesFor(plan, size.width)) : 0;
-        const bool isSmoothed = plan.smooth > 0 && plan.hasKey;
+        const bool isSmoothed = plan.smooth > 0 && plan.keys > 0;
         plane = isSmoothed ? Aligned(width) * static_cast<std::size_t>(size.height) : 0;
         total = keyRow + spill + 2 * plane;
     }
@@ -48,17 +49,28 @@ LumaAt LumaOf(std::int32_t fccType) {
     return fccType == kFccUYVY || fccType == kFccHDYC ? LumaAt::kOdd : LumaAt::kEven;
 }
 
-void TraceStages(const KeyPicture& picture, const ChromaKeySettings& settings,
-                 const KeyPlan& plan) {
-    if (!IsTraceOn()) return;
-    Trace("[CK_GetAlphaKeyEx3 (Cur)]");
-    if (!IsRGBFormat(picture.fccType)) Trace("[YUV->RGB32]");
-    if (picture.fccType == kFccRGB24) Trace("[RGB24->RGB32]");
-    if (settings.keyType == eVMK_HLS) Trace("[RGB->HLS]");
-    if (settings.keyType == eVMK_YUV) Trace("[RGB->YUV]");
-    Trace("[MMXGetAlphaCenter_AC4C1 + Min (%d keys)]", static_cast<int>(plan.holes));
-    if (plan.spills > 0) Trace("[Anti-Spill (Full)]");
-    if (plan.smooth > 0) Trace("[Gauss+AND %d]", static_cast<int>(plan.smooth));
+// What the trace calls a stage whose name tells a number.
+class NumberedLabel {
+public:
+    NumberedLabel(const char* name, std::int32_t number, const char* end) {
+        if (IsTraceOn())
+            (void)std::snprintf(text.data(), text.size(), "%s%d%s", name, static_cast<int>(number),
+                                end);
+    }
+    const char* Get() const { return text.data(); }
+
+private:
+    std::array<char, 64> text{};
+};
+
+void CutRow(const BYTE* row, Sample* matteRow, ImageSize line, const KeyPlan& plan,
+            TraceSum& cutting, TraceSum& distances) {
+    const TraceSum::Span whole(cutting);
+    (void)Set_8u_C1R(255, matteRow, 0, line);
+    const TraceSum::Span inner(distances);
+    for (std::int32_t i = 0; i < plan.holes; ++i)
+        (void)KeyCut_8u_AC4C1R(row, 0, matteRow, 0, line, plan.hole[i].ellipsoid,
+                               plan.hole[i].reach);
 }
 
 // The matte of every row, and with spill removal the rows themselves.
@@ -68,15 +80,14 @@ HRESULT KeyAllRows(const KeyPicture& picture, std::int32_t keyType, const KeyPla
     std::fill_n(rowMemory, std::size_t{4} * static_cast<std::size_t>(line.width), BYTE{0});
     KeyRowReader reader(picture, keyType, rowMemory);
     SpillRows spill(picture, plan, spillMemory);
+    const NumberedLabel label("[MMXGetAlphaCenter_AC4C1 + Min (", plan.keys, " keys)]");
+    TraceSum cutting(label.Get());
+    TraceSum distances("[SSEGetAlphaCenterEx_AC4C1]");
     for (std::ptrdiff_t y = 0; y < picture.size.height; ++y) {
         const BYTE* row = nullptr;
         HRESULT result = reader.Read(y, &row);
         if (Failed(result)) return result;
-        Sample* const matteRow = matte.data + y * matte.stride;
-        (void)Set_8u_C1R(255, matteRow, 0, line);
-        for (std::int32_t i = 0; i < plan.holes; ++i)
-            (void)KeyCut_8u_AC4C1R(row, 0, matteRow, 0, line, plan.hole[i].ellipsoid,
-                                   plan.hole[i].reach);
+        CutRow(row, matte.data + y * matte.stride, line, plan, cutting, distances);
         if (plan.spills > 0) result = spill.Take(y, row);
         if (Failed(result)) return result;
     }
@@ -106,10 +117,12 @@ HRESULT KeyOnePicture(const KeyPicture& picture, const ChromaKeySettings& settin
         static_cast<std::ptrdiff_t>(Aligned(static_cast<std::size_t>(picture.size.width)));
     const Plane plane{picture.plane, picture.planeStride};
     const Plane matte = parts.plane > 0 ? Plane{planes, stride} : plane;
-    TraceStages(picture, settings, plan);
+    const TraceTimer timer("[CK_GetAlphaKeyEx3 (Cur)]");
     const HRESULT result = KeyAllRows(picture, settings.keyType, plan, matte, memory, spillMemory);
     if (Failed(result)) return result;
     if (parts.plane > 0) {
+        const NumberedLabel label("[Gauss+AND ", plan.smooth, "]");
+        const TraceTimer smoothing(label.Get());
         const ImageStatus status =
             SmoothMatte(matte, {planes + parts.plane, stride}, plane, picture.size, plan.smooth);
         if (status != kImageOk) return status;
@@ -187,8 +200,8 @@ HRESULT KeyIntoPlane(BYTE* frame, BYTE* plane, std::ptrdiff_t planeStride, const
     const KeyPicture picture{frame, desc.fccType, desc.nRowBytes,
                              plane, planeStride,  {desc.nWidth, AbsHeight(desc.nHeight)}};
     const KeyPlan plan = MakeKeyPlan(settings, LumaOf(desc.fccType));
-    if (!plan.hasKey) (void)Set_8u_C1R(255, plane, planeStride, picture.size);
-    if (!plan.hasKey && plan.spills == 0) return S_FALSE;
+    if (plan.keys == 0) (void)Set_8u_C1R(255, plane, planeStride, picture.size);
+    if (plan.keys == 0 && plan.spills == 0) return S_FALSE;
 
     CBLOBHolder<CVirtualAlloc> own;
     CBLOBHolder<CVirtualAlloc>& block = working ? *working : own;

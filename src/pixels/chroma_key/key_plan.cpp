@@ -95,7 +95,7 @@ ChromaKeyEntry InMemoryOrder(const ChromaKeyEntry& entry, std::int32_t keyType) 
 }
 
 void AddHole(const ChromaKeyEntry& entry, KeyPlan* plan) {
-    plan->hasKey = true;
+    ++plan->keys;
     // A floor lifts every pixel above 0, and all that is above 0 ends opaque.
     if (entry.keyFloor > 0) return;
     KeyHole& hole = plan->hole[plan->holes++];

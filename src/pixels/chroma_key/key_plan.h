@@ -29,7 +29,7 @@ struct KeySpill {
 };
 
 struct KeyPlan {
-    bool hasKey = false;  // an entry counts for the plane, even one that cuts no hole
+    std::int32_t keys = 0;  // entries that count for the plane, also those that cut no hole
     std::int32_t holes = 0;
     std::int32_t spills = 0;  // 0 without spill removal
     std::int32_t smooth = 0;  // passes

@@ -11,6 +11,11 @@ namespace {
 
 bool IsFourBytes(std::int32_t fccType) { return fccType == kFccRGB32 || fccType == kFccARGB32; }
 
+const char* SpaceLabel(std::int32_t keyType) {
+    if (keyType == eVMK_RGB) return nullptr;
+    return keyType == eVMK_HLS ? "[RGB->HLS]" : "[RGB->YUV]";
+}
+
 }  // namespace
 
 FrameDesc RowDescOf(std::int32_t fccType, ImageSize size, std::int32_t rowBytes) {
@@ -31,15 +36,21 @@ KeyRowReader::KeyRowReader(const KeyPicture& source, std::int32_t type, BYTE* ro
       keyType(type),
       buffer(rowBuffer),
       from(RowDescOf(source)),
-      to(RowDescOf(kFccRGB32, source.size, source.size.width * 4)) {}
+      to(RowDescOf(kFccRGB32, source.size, source.size.width * 4)),
+      toRgb32(IsRGBFormat(source.fccType) ? "[RGB24->RGB32]" : "[YUV->RGB32]"),
+      byMatrix(CopyFrameLabel(source.fccType, kFccRGB32)),
+      toSpace(SpaceLabel(type)) {}
 
 HRESULT KeyRowReader::Read(std::ptrdiff_t y, const BYTE** row) {
     const BYTE* colours = picture.Row(y);
     if (!IsFourBytes(picture.fccType)) {
-        const HRESULT result = CopyFrameCC(colours, buffer, &from, &to);
+        const TraceSum::Span whole(toRgb32);
+        const TraceSum::Span inner(byMatrix);
+        const HRESULT result = CopyRowsCC(colours, buffer, from, to);
         if (Failed(result)) return result;
         colours = buffer;
     }
+    const TraceSum::Span span(toSpace);
     const ImageSize size{picture.size.width, 1};
     if (keyType == eVMK_HLS) (void)BGRAToHLS(colours, 0, buffer, 0, size);
     if (keyType == eVMK_YUV) (void)RGBToYUV(colours, 0, buffer, 0, size);

@@ -4,6 +4,7 @@
 
 #include "pixels/copy_frame.h"
 #include "pixels/primitives/region.h"
+#include "platform/trace.h"
 
 #include <qdvideomixer/object.h>
 
@@ -45,6 +46,9 @@ private:
     BYTE* const buffer;
     const FrameDesc from;
     const FrameDesc to;
+    TraceSum toRgb32;
+    TraceSum byMatrix;
+    TraceSum toSpace;
 };
 
 }  // namespace qdvm

@@ -29,7 +29,12 @@ std::size_t SpillRows::BytesFor(const KeyPlan& plan, std::int32_t width) {
 }
 
 SpillRows::SpillRows(const KeyPicture& source, const KeyPlan& keyPlan, BYTE* memory)
-    : picture(source), plan(keyPlan), isPacked(IsPacked(source.fccType)) {
+    : picture(source),
+      plan(keyPlan),
+      isPacked(IsPacked(source.fccType)),
+      all("[Anti-Spill (Full)]"),
+      measuring("[SSEGetAlphaCenterEx_AC4C1(Chroma) + UV Scale + Smooth]"),
+      correcting(keyPlan.isUvSpill ? "[Anti-Spill (UV)]" : "[SSECorrectUV_422_C1IR]") {
     const std::size_t row = RowBytesOf(source.size.width);
     const auto take = [&memory](std::size_t bytes) {
         BYTE* const taken = memory;
@@ -53,6 +58,7 @@ SpillRows::SpillRows(const KeyPicture& source, const KeyPlan& keyPlan, BYTE* mem
 
 // How near the pixels of the row are to each entry, or with isSpillAway how far.
 void SpillRows::Measure(std::ptrdiff_t y, const BYTE* keyRow) {
+    const TraceSum::Span span(measuring);
     const std::int32_t width = picture.size.width;
     for (std::int32_t i = 0; i < plan.spills; ++i) {
         BYTE* const row = rings[i].raw[y % kRing];
@@ -79,8 +85,12 @@ void SpillRows::Grow(const std::array<BYTE*, kRing>& from, std::ptrdiff_t y, BYT
 
 void SpillRows::Apply(const KeySpill& spill, const Ring& ring, std::ptrdiff_t y, BYTE* packed) {
     const std::int32_t pairs = picture.size.width / 2;
-    Grow(ring.grown, y, grownTwice);
-    (void)HalveAcross_8u_C1R(grownTwice, 0, amounts, 0, {pairs, 1});
+    {
+        const TraceSum::Span span(measuring);
+        Grow(ring.grown, y, grownTwice);
+        (void)HalveAcross_8u_C1R(grownTwice, 0, amounts, 0, {pairs, 1});
+    }
+    const TraceSum::Span span(correcting);
     if (plan.isUvSpill)
         ApplyUvSpill(spill.uv, packed, amounts, pairs, ring.table);
     else
@@ -93,22 +103,25 @@ HRESULT SpillRows::Correct(std::ptrdiff_t y) {
     BYTE* const row = picture.Row(y);
     BYTE* const packed = isPacked ? row : packedRow;
     if (!isPacked) {
-        const HRESULT result = CopyFrameCC(row, packed, &own, &yuy2);
+        const HRESULT result = CopyRowsCC(row, packed, own, yuy2);
         if (Failed(result)) return result;
     }
     for (std::int32_t i = 0; i < plan.spills; ++i) Apply(plan.spill[i], rings[i], y, packed);
-    return isPacked ? S_OK : CopyFrameCC(packed, row, &yuy2, &own);
+    return isPacked ? S_OK : CopyRowsCC(packed, row, yuy2, own);
 }
 
 HRESULT SpillRows::Take(std::ptrdiff_t y, const BYTE* keyRow) {
+    const TraceSum::Span span(all);
     const std::ptrdiff_t height = picture.size.height;
     Measure(y, keyRow);
     // Behind the last row the rows that waited for it follow.
     const std::ptrdiff_t end = y == height - 1 ? y + 2 : y;
     for (std::ptrdiff_t t = y; t <= end; ++t) {
-        if (t >= 1 && t <= height)
+        if (t >= 1 && t <= height) {
+            const TraceSum::Span growing(measuring);
             for (std::int32_t i = 0; i < plan.spills; ++i)
                 Grow(rings[i].raw, t - 1, rings[i].grown[(t - 1) % kRing]);
+        }
         if (t < 2) continue;
         const HRESULT result = Correct(t - 2);
         if (Failed(result)) return result;

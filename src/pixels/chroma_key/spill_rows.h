@@ -5,6 +5,7 @@
 
 #include "pixels/chroma_key/key_plan.h"
 #include "pixels/chroma_key/key_rows.h"
+#include "platform/trace.h"
 
 #include <array>
 #include <cstddef>
@@ -44,6 +45,9 @@ private:
     BYTE* grownTwice;
     BYTE* amounts;
     BYTE* packedRow;
+    TraceSum all;
+    TraceSum measuring;
+    TraceSum correcting;
 };
 
 }  // namespace qdvm
