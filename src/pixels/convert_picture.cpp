@@ -2,47 +2,26 @@
 
 #include "frames/blob_holder.h"
 #include "frames/format_table.h"
-#include "pixels/img_convert.h"
+#include "pixels/convert_any.h"
 #include "pixels/img_copy.h"
 #include "pixels/img_resize.h"
-
-#include <cstdint>
-#include <utility>
 
 namespace qdvm {
 namespace {
 
 using Scratch = CBLOBHolder<CNewAlloc>;
 
-PIC_PROPS InFormat(const PIC_PROPS& props, std::int32_t fccType) {
-    return {fccType, props.nWidth, props.nHeight, props.nRowWidth};
-}
-
-// Makes YUY2 of YVYU and the other way round.
-void SwapChroma(BYTE* frame, std::uint32_t bytes) {
-    for (std::uint32_t i = 0; i + 3 < bytes; i += 4) std::swap(frame[i + 1], frame[i + 3]);
-}
-
 // Between pictures of one size.
 HRESULT Convert(const BYTE* src, BYTE* dst, const PIC_PROPS& S, const PIC_PROPS& D) {
     if (S.fccType == D.fccType) return Img_CopyRect(src, dst, &S, &D, nullptr, nullptr);
     // Conversion to these does nothing and reports no failure.
     if (Is16BitRGB(D.fccType)) return E_NOTIMPL;
-    const HRESULT direct = Img_Convert(src, dst, &S, &D, nullptr, nullptr, true);
-    if (direct != E_NOTIMPL) return direct;
-    if (D.fccType == kFccYVYU) {
-        const PIC_PROPS likeD = InFormat(D, kFccYUY2);
-        const HRESULT result = Img_Convert(src, dst, &S, &likeD, nullptr, nullptr, true);
-        if (result == S_OK) SwapChroma(dst, FrameBytes(D));
-        return result;
-    }
-    if (S.fccType != kFccYVYU) return direct;
     Scratch swapped;
-    const HRESULT result = swapped.Resize(FrameBytes(S));
-    if (Failed(result)) return result;
-    swapped.CopyIn(src, swapped.Used(), 0);
-    SwapChroma(swapped.At(0), swapped.Used());
-    return Convert(swapped.At(0), dst, InFormat(S, kFccYUY2), D);
+    if (S.fccType == kFccYVYU) {
+        const HRESULT result = swapped.Resize(FrameBytes(S));
+        if (Failed(result)) return result;
+    }
+    return ConvertAny(src, dst, S, D, {0, 0, S.nWidth, AbsHeight(S)}, swapped.At(0));
 }
 
 HRESULT Scale(const BYTE* src, BYTE* dst, const PIC_PROPS& S, const PIC_PROPS& D, bool bFields) {

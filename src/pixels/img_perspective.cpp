@@ -76,7 +76,7 @@ ImgRect BoundOf(const PerspectiveBound& box, const PIC_PROPS& D, bool bBottomUp)
     const double y0 = bBottomUp ? height - box.y1 : box.y0;
     const double y1 = bBottomUp ? height - box.y0 : box.y1;
     const auto end = [](double value, std::int32_t limit) {
-        return value < 0 && std::trunc(value) + 1 <= 0 ? 0 : Truncated(value + 1, limit);
+        return Truncated(std::trunc(value) + 1, limit);
     };
     return {Truncated(box.x0, width) & ~3, Truncated(y0, height) & ~1,
             (end(box.x1, width) + 3) & ~3, (end(y1, height) + 1) & ~1};

@@ -171,7 +171,7 @@ std::optional<RectPlan> PlanRect(const StreamPixels& stream, const MixBlock& rec
         TakePairs(&source);
         TakePairs(&target);
     }
-    // The two lines that the move costs are not missing from the target.
+    // The two lines that the move costs are not missing from a target that is scaled.
     if (plan.bMoveUp) source.bottom = std::min(source.bottom, AbsHeight(plan.Converted()));
     plan.wholeTarget = target;
     if (!CutToPictures(&plan, source)) return std::nullopt;

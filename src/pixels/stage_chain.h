@@ -85,6 +85,7 @@ private:
     void DrawProjectedBorder();
     const BYTE* PlaneWithBorder(const BYTE* plane);
     void BlendProjected(const Plane& plane, const PointD* corners, BYTE* outFrame);
+    bool HasBorder(BYTE opacity) const;
     void DrawBorder(BYTE* outFrame, const PIC_PROPS& O) const;
     void MixThroughPlane(const BYTE* source, const BYTE* plane, bool isOwn, BYTE* outFrame,
                          const ImgRect& sourceRect, const ImgRect& targetRect);

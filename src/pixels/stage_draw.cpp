@@ -175,30 +175,36 @@ void StageChain::MixThroughPlane(const BYTE* source, const BYTE* plane, bool isO
     (void)Img_MixPlane(source, plane, outFrame, &S, &plan.output, false, &sourceRect, &targetRect);
 }
 
+// A border that has faded out keeps its width; it takes nothing off the picture.
+bool StageChain::HasBorder(BYTE opacity) const {
+    return rect.current.nBorderWidth > 0 && opacity != 0;
+}
+
 void StageChain::DrawBorder(BYTE* outFrame, const PIC_PROPS& O) const {
-    if (rect.current.nBorderWidth <= 0) return;
+    const BYTE opacity = ToByte(Opacity() * rect.current[kBorderAlpha]);
+    if (!HasBorder(opacity)) return;
     (void)Img_Border(outFrame, &O, BorderColour(rect.current), rect.current.nBorderWidth,
-                     &plan.wholeTarget, ToByte(Opacity() * rect.current[kBorderAlpha]));
+                     &plan.wholeTarget, opacity);
 }
 
 // On the flat picture, which may be the stream's frame or what is kept: in a copy.
 void StageChain::DrawProjectedBorder() {
-    if (rect.current.nBorderWidth <= 0) return;
+    const BYTE opacity = ToByte(rect.current[kBorderAlpha]);
+    if (!HasBorder(opacity)) return;
     BYTE* const copy = SliceAt(kBordered);
     if (!copy || Img_CopyRect(picture, copy, &S, &S, &C, &C) != S_OK) return;
-    (void)Img_Border(copy, &S, BorderColour(rect.current), rect.current.nBorderWidth, &C,
-                     ToByte(rect.current[kBorderAlpha]));
+    (void)Img_Border(copy, &S, BorderColour(rect.current), rect.current.nBorderWidth, &C, opacity);
     picture = copy;
 }
 
 // A border is seen also where the stream is transparent.
 const BYTE* StageChain::PlaneWithBorder(const BYTE* plane) {
-    if (rect.current.nBorderWidth <= 0 || stream.streamAlpha.IsEmpty()) return plane;
+    const BYTE opacity = ToByte(Opacity() * rect.current[kBorderAlpha]);
+    if (!HasBorder(opacity) || stream.streamAlpha.IsEmpty()) return plane;
     const PIC_PROPS props = PlaneProps();
     BYTE* const copy = SliceAt(kBorderedPlane);
     if (!copy || Img_CopyRect(plane, copy, &props, &props, &C, &C) != S_OK) return plane;
-    (void)Img_Border(copy, &props, ToByte(Opacity() * rect.current[kBorderAlpha]),
-                     rect.current.nBorderWidth + 1, &C, 255);
+    (void)Img_Border(copy, &props, opacity, rect.current.nBorderWidth + 1, &C, 255);
     return copy;
 }
 

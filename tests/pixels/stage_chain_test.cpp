@@ -523,6 +523,27 @@ TEST(StageChain, ProjectsTheWholePictureWhereverItLies) {
         }
 }
 
+TEST(StageChain, ABorderThatHasFadedOutLeavesNoTrace) {
+    for (const std::int32_t from : {kFccARGB32, kFccYUY2})
+        for (const double angle : {0.0, 30.0}) {
+            SCOPED_TRACE(testing::Message() << std::hex << from << " turned " << angle);
+            std::vector<BYTE> drawn[2];
+            for (const std::int32_t width : {0, 8}) {
+                Mix mix({from, 48, 32, 0}, {kFccYUY2, 192, 128, 0});
+                MixBlock& rect = mix.AddWhole({20, 16, 170, 110});
+                rect.current[kViewAngle] = 40;
+                rect.current[kHorzAngle] = angle;
+                rect.current.nBorderWidth = width;
+                rect.current[kBorderAlpha] = 0;
+                (void)UpdateProjection(rect, mix.stream.inputProps, mix.out);
+                mix.Run();
+                const BYTE* const frame = mix.target.Frame();
+                drawn[width == 0].assign(frame, frame + FrameBytes(mix.target.props));
+            }
+            EXPECT_EQ(drawn[0], drawn[1]);
+        }
+}
+
 TEST(StageChain, ProjectsOpaqueAndFaintPicturesWithoutSeams) {
     for (const std::int32_t from : kMixed)
         for (const std::int32_t to : kMixed)
