@@ -120,6 +120,58 @@ TEST_F(Keyed, GoesOnAndOffBetweenTwoFrames) {
     }
 }
 
+// A key that comes after the last frame of its stream, whose picture stays: in a format that the
+// mixer keys, and in others; with and without a master.
+TEST_F(Keyed, ChangesAPictureThatStaysAfterTheEnd) {
+    for (const char* format : {"I420", "YVYU", "UYVY"})
+        for (const char* key : {"green", "auto"})
+            for (const char* master : {"", "sink_0"}) {
+                SCOPED_TRACE(std::string(format) + " " + key + " " + master);
+                MixPipeline pipeline(Caps(kSide, kSide));
+                g_object_set(pipeline.Mixer(), "master", master, nullptr);
+                Source under = pipeline.Add(Caps(kSide, kSide));
+                Source screen = pipeline.Add(std::string("video/x-raw,format=") + format +
+                                             ",width=16,height=16,framerate=25/1");
+                int sent = 0;
+                const auto next = [&] {
+                    under.Send(kBelow, static_cast<GstClockTime>(sent++) * kFrame);
+                    return pipeline.Pull().value_or(Frame());
+                };
+                // Frames until the wall is seen, or is gone; the last one.
+                const auto await = [&](bool isKeyed) {
+                    constexpr int kMostFrames = 500;
+                    Frame frame = next();
+                    while (sent < kMostFrames && !frame.data.empty() &&
+                           (frame.At(1, 1) > kBelow / 2) != isKeyed)
+                        frame = next();
+                    return frame;
+                };
+                screen.SendBuffer(GreenScreen(format), 0);
+                screen.End();
+                pipeline.Play();
+                ExpectKeyed(await(false), false);
+                EXPECT_TRUE(Eventually([&] { return screen.Health() == "ended"; }));
+                g_object_set(screen.Pad(), "key", key, nullptr);
+                ExpectKeyed(await(true), true);
+                g_object_set(screen.Pad(), "key", "none", nullptr);
+                ExpectKeyed(await(false), false);
+                g_object_set(screen.Pad(), "key", key, nullptr);
+                ExpectKeyed(await(true), true);
+                EXPECT_EQ(screen.Health(), "ended");
+                // What is shown on after the mixer has started anew is the keyed picture.
+                Source third = pipeline.Add(Caps(kSide, kSide));
+                third.Set("zorder", 9);
+                third.Place(8, 8);
+                third.Send(0, 0);
+                third.End();
+                EXPECT_TRUE(Eventually([&] {
+                    (void)next();
+                    return third.Health() == "ended";
+                }));
+                ExpectKeyed(await(true), true);
+            }
+}
+
 TEST_F(Keyed, PlainPropertiesAreWordsOfTheSameKey) {
     Source screen = AddScreen("BGRx");
     g_object_set(screen.Pad(), "key-spill", 0.0, "key-tolerance", 20, "key-color", 0x00F010u,

@@ -112,7 +112,8 @@ struct PadStream {
     std::int32_t typeRowWidth = 0;  // of the type that the filter knows
     bool typeIsKnown = false;       // the filter knows `format`
     bool isConverted = false;       // to YUY2, since its format can't be keyed
-    BufferReserve convertedFrames;  // the streaming thread only
+    BufferReserve convertedFrames;  // for the thread that is in Receive
+    bool isStillRefused = false;    // the picture that stays couldn't be brought to the present key
     GstSegment segment{};
 
     // Where the stream stands.

@@ -182,7 +182,7 @@ void Session::Stop() {
     for (const auto& stream : streams) {
         gst_clear_buffer(&stream->lastFrame.buffer);
         stream->format = {};
-        stream->isConverted = stream->hasReadBorder = false;
+        stream->isConverted = stream->hasReadBorder = stream->isStillRefused = false;
         stream->borderColour.reset();
         stream->typeIsKnown = stream->hasEnded = stream->isUnlinked = stream->wasLost = false;
         stream->isAligned = stream->isHeld = stream->mayShift = false;

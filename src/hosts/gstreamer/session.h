@@ -139,7 +139,7 @@ private:
 
     enum class Placement { kDeliver, kAlign, kDrop, kHold };
 
-    enum class Step { kNothing, kPush, kStart, kRestart, kHalt, kEnd, kQuit };
+    enum class Step { kNothing, kPush, kStart, kRestart, kKeyStill, kHalt, kEnd, kQuit };
 
     // The layout that a stream takes along to another number.
     struct KeptRect {
@@ -169,6 +169,7 @@ private:
     bool IsFarAhead(const PadStream& stream, const FrameSpan& span) const;
     void Hold(PadStream& stream, Lock& lock);
     HRESULT Send(PadStream& stream, GstBuffer* buffer, FrameSpan span);
+    bool CountSlot(PadStream& stream, IMediaSample* sample) const;
     Ref<WrappedSample> WrapBuffer(PadStream& stream, GstBuffer* buffer, std::int32_t* rowWidth,
                                   HeldFrame* frame);
     Ref<WrappedSample> WrapAsItIs(PadStream& stream, GstBuffer* buffer, std::int32_t* rowWidth,
@@ -248,6 +249,10 @@ private:
     void FollowKey(PadStream& stream);
     void ReadKeyColour(PadStream& stream, IMediaSample* sample, const PIC_PROPS& picture);
     void TellKeyColour(const PadStream& stream, const BorderColour& found, HRESULT result);
+    PadStream* FindStillToKey() const;
+    void KeyStills();
+    void KeyStill(PadStream& stream, const StreamFormat& format, HeldFrame held, bool isConversion);
+    bool SendConverted(PadStream& stream, IMediaSample* sample, HeldFrame frame);
     Ref<WrappedSample> ConvertForKey(PadStream& stream, IMediaSample* from,
                                      const PIC_PROPS& picture, HeldFrame* frame);
 

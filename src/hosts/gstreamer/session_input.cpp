@@ -195,6 +195,11 @@ std::optional<Session::Placement> Session::AwaitPlace(PadStream& stream, Lock& l
             changed.wait(lock);
             continue;
         }
+        if (stream.isInReceive) {
+            // The picture from before is being keyed anew.
+            changed.wait(lock);
+            continue;
+        }
         const Placement placement = Place(stream, *stream.pending);
         if (placement != Placement::kHold) return placement;
         Hold(stream, lock);
@@ -319,18 +324,26 @@ HRESULT Session::Send(PadStream& stream, GstBuffer* buffer, FrameSpan span) {
     if (buffer)
         (void)sample->SetDiscontinuity(GST_BUFFER_FLAG_IS_SET(buffer, GST_BUFFER_FLAG_DISCONT));
     const HRESULT result = stream.pin->Send(sample.Get());
-    LONGLONG slot = 0;
-    LONGLONG nextSlot = 0;
-    if (Succeeded(result) && Succeeded(sample->GetMediaTime(&slot, &nextSlot))) {
+    if (Succeeded(result)) {
         const Lock lock(mutex);
-        stream.nextSlot = static_cast<std::uint64_t>(nextSlot);
-        if (buffer) {
+        if (CountSlot(stream, sample.Get()) && buffer) {
             stream.hasPicture = true;
             std::swap(frame, stream.lastFrame);
         }
     }
     gst_clear_buffer(&frame.buffer);
     return result;
+}
+
+// Whether the filter has stored the sample, and which slot is next. Needs the mutex.
+bool Session::CountSlot(PadStream& stream, IMediaSample* sample) const {
+    // Without a place on the grid none is told.
+    if (master || stream.settings.ignoresTime) return true;
+    LONGLONG slot = 0;
+    LONGLONG nextSlot = 0;
+    if (Failed(sample->GetMediaTime(&slot, &nextSlot))) return false;
+    stream.nextSlot = static_cast<std::uint64_t>(nextSlot);
+    return true;
 }
 
 // A sample in the format that the mixer is told of. rowWidth is set to that of the layout, frame to
@@ -404,6 +417,7 @@ void Session::ForgetPicture(PadStream& stream) {
 
 void Session::TakeEndOfStream(PadStream& stream) {
     Lock lock(mutex);
+    changed.wait(lock, [&] { return !stream.isInReceive || WayOut(stream); });
     if (WayOut(stream)) return;
     const int number = stream.streamNumber;
     if (mode == Mode::kRunning && number >= 0) {

@@ -10,6 +10,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <utility>
 
 namespace qdvm {
 namespace {
@@ -133,6 +134,104 @@ void Session::TellKeyColour(const PadStream& stream, const BorderColour& found, 
         GST_ELEMENT_WARNING(element, STREAM, FAILED,
                             ("%s: no key colour: %s", GST_PAD_NAME(stream.pad), text.c_str()),
                             ("result 0x%08x", static_cast<unsigned>(result)));
+}
+
+// A stream whose last picture stays on screen, since no frames come for it, and doesn't suit its
+// key. Null if there is none. Needs the mutex.
+PadStream* Session::FindStillToKey() const {
+    if (mode != Mode::kRunning) return nullptr;
+    const auto isToKey = [this](const PadStream& stream) {
+        const bool wantsColour = stream.settings.key.WantsColour() && !stream.hasReadBorder;
+        if (!wantsColour && (stream.isConverted || !NeedsConversion(stream))) return false;
+        const bool isFree = stream.streamNumber >= 0 && !stream.isInReceive && !stream.pending &&
+                            !stream.isLeaving && !stream.isFlushing && &stream != master;
+        if (!isFree || stream.isStillRefused || !stream.lastFrame.buffer || !stream.typeIsKnown)
+            return false;
+        return stream.hasEnded || stream.isUnlinked || StatusOf(stream.streamNumber).bLost;
+    };
+    for (const auto& stream : streams)
+        if (isToKey(*stream)) return stream.get();
+    return nullptr;
+}
+
+void Session::KeyStills() {
+    Lock lock(mutex);
+    while (PadStream* const found = FindStillToKey()) {
+        PadStream& stream = *found;
+        StreamFormat format = MixedFormatOf(stream);
+        format.props.picProps.nRowWidth = stream.typeRowWidth;
+        HeldFrame held = stream.lastFrame;
+        (void)gst_buffer_ref(held.buffer);
+        const bool isConversion = !stream.isConverted && NeedsConversion(stream);
+        const int number = stream.streamNumber;
+        const eVM_LostShow show = stream.settings.lostShow;
+        const bool isLost = StatusOf(number).bLost != 0;
+        // Keeps the stream, and keeps its own thread out of the filter.
+        stream.isInReceive = true;
+        lock.unlock();
+        KeyStill(stream, format, held, isConversion);
+        // It came no nearer to being live.
+        if (isLost) (void)mixer->SetStreamLost(number, show);
+        lock.lock();
+        stream.isInReceive = false;
+        changed.notify_all();
+    }
+}
+
+// The picture `held`, of this format, once more in one that can be keyed, or only looked at for
+// its colour. Takes the reference over.
+void Session::KeyStill(PadStream& stream, const StreamFormat& format, HeldFrame held,
+                       bool isConversion) {
+    const PIC_PROPS& picture = format.props.picProps;
+    bool isDone = false;
+    if (const Ref<WrappedSample> still = stream.samples->Take();
+        still && still->Wrap(held.buffer, held.offset, held.length)) {
+        ReadKeyColour(stream, still.Get(), picture);
+        isDone = !isConversion;
+        if (isConversion)
+            if (const Ref<WrappedSample> sample =
+                    ConvertForKey(stream, still.Get(), picture, &held))
+                isDone = SendConverted(stream, sample.Get(), std::exchange(held, {}));
+    }
+    gst_clear_buffer(&held.buffer);
+    if (isDone) return;
+    GST_WARNING_OBJECT(stream.pad, "the picture that stays can't be keyed");
+    const Lock lock(mutex);
+    stream.isStillRefused = true;
+}
+
+// Puts the picture in the next slot, in place of the one that is shown. Takes the frame over.
+bool Session::SendConverted(PadStream& stream, IMediaSample* sample, HeldFrame frame) {
+    REFERENCE_TIME start = 0;
+    REFERENCE_TIME stop = 0;
+    MediaType type;
+    StreamFormat format;
+    {
+        const Lock lock(mutex);
+        stream.isConverted = true;
+        format = MixedFormatOf(stream);
+        start = static_cast<REFERENCE_TIME>(stream.nextSlot) * grid.Period();
+        stop = start + grid.Period();
+    }
+    const std::int32_t rowWidth = format.props.picProps.nWidth;
+    HRESULT result = BuildStreamType(format, rowWidth, &type);
+    if (Succeeded(result)) result = sample->SetMediaType(const_cast<AM_MEDIA_TYPE*>(&type.Get()));
+    if (Succeeded(result)) result = sample->SetTime(&start, &stop);
+    if (Succeeded(result)) result = stream.pin->Send(sample);
+    bool isShown = false;
+    {
+        const Lock lock(mutex);
+        isShown = Succeeded(result) && CountSlot(stream, sample);
+        if (isShown) {
+            stream.typeRowWidth = rowWidth;
+            // Unless a flush has taken the picture away meanwhile.
+            if (stream.lastFrame.buffer) std::swap(frame, stream.lastFrame);
+        } else {
+            stream.isConverted = stream.typeIsKnown = false;
+        }
+    }
+    gst_clear_buffer(&frame.buffer);
+    return isShown;
 }
 
 // A sample over the frame in YUY2; frame is exchanged for its memory.

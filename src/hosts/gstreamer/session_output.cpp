@@ -186,6 +186,9 @@ void Session::RunStep() {
         case Step::kRestart:
             Restart();
             break;
+        case Step::kKeyStill:
+            KeyStills();
+            break;
         case Step::kHalt:
             Halt();
             break;
@@ -210,6 +213,7 @@ Session::Step Session::NextStep(Lock& lock) {
         } else {
             // First, since a queue that is filled as fast as it is emptied never runs empty.
             if (isRunning && wantsRestart) return Step::kRestart;
+            if (FindStillToKey()) return Step::kKeyStill;
             if (!queue.empty()) return Step::kPush;
             if (mode == Mode::kGathering && StartIsDue()) return Step::kStart;
             if (hasEnded && !endIsPushed) return Step::kEnd;

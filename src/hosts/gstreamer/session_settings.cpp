@@ -69,7 +69,10 @@ void Session::SetPadSettings(PadStream& stream, const PadSettings& newSettings) 
             stream.borderColour.reset();
             stream.hasReadBorder = false;
         }
-        if (isNewKey || before.key != newSettings.key) Mark(stream.keyChange);
+        if (isNewKey || before.key != newSettings.key) {
+            Mark(stream.keyChange);
+            stream.isStillRefused = false;
+        }
         if (before.zOrder != newSettings.zOrder) Mark(orderChange);
         changed.notify_all();
     }

@@ -281,8 +281,10 @@ void Session::ShowOn(const std::vector<Member>& members) {
             grid.Snap(grid.ToMixer(stream.pending->start + stream.shift)) >= grid.Period();
         const bool isLost = stream.wasLost;
         const eVM_LostShow show = stream.settings.lostShow;
+        // A frame of the master's would be one more of the output's.
+        const bool showsOn = &stream != master && (isOver || isAhead || isLost);
         lock.unlock();
-        if (isOver || isAhead || isLost) SendHeld(stream, 0);
+        if (showsOn) SendHeld(stream, 0);
         if (isOver) (void)stream.pin->SendEndOfStream();
         if (isLost || (isOver && stream.isUnlinked))
             (void)mixer->SetStreamLost(member.newNumber, show);
