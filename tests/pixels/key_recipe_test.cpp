@@ -6,6 +6,7 @@
 #include "pixels/chroma_key/border_colour.h"
 #include "pixels/chroma_key/chroma_key.h"
 #include "pixels/convert_picture.h"
+#include "platform/text.h"
 
 #include <gtest/gtest.h>
 
@@ -102,6 +103,12 @@ TEST(KeyRecipe, EveryFieldCanBeSet) {
     EXPECT_EQ(KeySettingsOf(automatic).nKeys, 1);
 }
 
+TEST(KeyRecipe, IsReadWhateverItsCaseAndBlanks) {
+    EXPECT_EQ(Read(" Green , Softness = 2 ,\tSPACE=HLS + #a0B0c0"),
+              Read("green,softness=2,space=hls+#A0B0C0"));
+    EXPECT_EQ(Read(" None "), KeyRecipe());
+}
+
 TEST(KeyRecipe, SaysWhichWordIsWrong) {
     const KeyRecipe before = Read("blue");
     const auto faultOf = [&](const std::string& text) {
@@ -111,11 +118,17 @@ TEST(KeyRecipe, SaysWhichWordIsWrong) {
         return fault.value_or("accepted");
     };
     const std::vector<std::pair<std::string, std::string>> wrong = {
-        {"", "\"\""},
+        {"", "a colour is missing"},
+        {"  ", "a colour is missing"},
         {"pink", "\"pink\""},
         {"#12345", "#12345"},
         {"#12345g", "#12345g"},
-        {"green+", "\"\""},
+        {"green+", "a colour is missing"},
+        {"green,,spill=1", "a word is missing"},
+        {"green,spill=0,5", "a point"},
+        {"gr\x01\xff", "\"gr?\uFFFD\""},
+        {std::string(100000, 'x'), "xxx...\""},
+        {"green," + std::string(100000, 'y') + "=1", "yyy...\""},
         {"green,hue=3", "\"hue\""},
         {"green,spill", "spill takes"},
         {"green,spill=1.5", "spill=1.5"},
@@ -132,6 +145,8 @@ TEST(KeyRecipe, SaysWhichWordIsWrong) {
     };
     for (const auto& [text, part] : wrong) {
         const std::string fault = faultOf(text);
+        EXPECT_LT(fault.size(), 500u);
+        EXPECT_TRUE(IsUtf8(fault));
         EXPECT_NE(fault.find(part), std::string::npos) << text << ": " << fault;
     }
 }

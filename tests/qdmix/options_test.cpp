@@ -121,6 +121,9 @@ TEST(Options, SeveralKeysJoinAndWrongOnesAreNamed) {
     EXPECT_EQ(TextOf(line.inputs[0].options.key), "green,softness=2+#102030,spill=0");
     EXPECT_TRUE(line.inputs[1].options.key.WantsColour());
     EXPECT_TRUE(line.inputs[2].options.key.parts.empty());
+    EXPECT_LT(Refusal({"--key", std::string(100000, 'x') + "\x1b[2J", "a", "-o", "o"}).size(),
+              600u);
+    EXPECT_EQ(Refusal({"--key", "\x1b[2J", "a", "-o", "o"}).find('\x1b'), std::string::npos);
     EXPECT_NE(Refusal({"--key", "green,hue=3", "a", "-o", "o"}).find("\"hue\" is no word"),
               std::string::npos);
     EXPECT_NE(Refusal({"--key", "blue", "--key", "green,space=rgb", "a", "-o", "o"}).find("space"),

@@ -11,8 +11,7 @@ enum KeyProperty : guint { kKey = 200, kKeyColour, kKeyTolerance, kKeySoftness, 
 std::string ReadKey(const GValue* value, PadSettings& settings) {
     const char* text = g_value_get_string(value);
     const std::string words = text && *text ? text : "none";
-    if (const auto fault = ParseKey(words, &settings.key))
-        return "the key \"" + words + "\" is refused: " + *fault;
+    if (const auto fault = ParseKey(words, &settings.key)) return "the key is refused: " + *fault;
     ++settings.keyTimesSet;
     return {};
 }
@@ -25,7 +24,7 @@ KeyPart FirstOf(const PadSettings& settings) {
 void SetColour(PadSettings& settings, guint32 colour) {
     KeyPart part = FirstOf(settings);
     part.name = KeyColourName::kOwn;
-    part.colour = colour & 0xFFFFFF;
+    part.colour = colour;
     part.centre.reset();
     part.delta.reset();
     settings.key.parts = {part};
@@ -61,7 +60,7 @@ void InstallKeyProperties(GObjectClass* klass) {
         g_param_spec_uint("key-color", "Key colour",
                           "The one colour that becomes transparent, as 0xRRGGBB; setting it "
                           "switches the key on",
-                          0, G_MAXUINT32, 0, kMovable));
+                          0, 0xFFFFFF, 0, kMovable));
     g_object_class_install_property(
         klass, kKeyTolerance,
         g_param_spec_int("key-tolerance", "Key tolerance",

@@ -24,7 +24,8 @@ struct Failure {
     std::string why;
 };
 
-// The line without a line end. Line ends within the parts become spaces.
+// The line without a line end. Line ends within the parts become spaces and other control
+// characters question marks; a subject without end is cut.
 std::string LineOf(const Failure& failure);
 
 }  // namespace qdvm::qdmix

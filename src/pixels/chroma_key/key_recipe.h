@@ -71,8 +71,9 @@ struct KeyRecipe {
 ChromaKeySettings KeySettingsOf(const KeyRecipe& recipe);
 
 // "COLOUR[,WORD=VALUE...]", several of them joined by "+", or "none". COLOUR is green, blue, auto
-// or #RRGGBB. Words of the whole picture stand with the first colour. Returns what is wrong with
-// the text, for the user, and then leaves the recipe as it was; nothing if it was read.
+// or #RRGGBB. Case and blanks around words don't count. Words of the whole picture stand with the
+// first colour. Returns what is wrong with the text, for the user, as well-formed UTF-8 of a few
+// hundred bytes, and then leaves the recipe as it was; nothing if it was read.
 std::optional<std::string> ParseKey(std::string_view text, KeyRecipe* recipe);
 
 // A text that ParseKey reads as the same recipe.

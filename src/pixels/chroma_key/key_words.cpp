@@ -2,6 +2,8 @@
 
 #include "pixels/chroma_key/key_recipe.h"
 
+#include "platform/text.h"
+
 #include <charconv>
 #include <cstdio>
 #include <utility>
@@ -189,7 +191,30 @@ constexpr std::array kNames = {Name{"green", KeyColourName::kGreen},
                                Name{"blue", KeyColourName::kBlue},
                                Name{"auto", KeyColourName::kAuto}};
 
-std::string Quoted(std::string_view text) { return "\"" + std::string(text) + "\""; }
+// For a message: what may stand in it, and not too much of that.
+std::string Quoted(std::string_view text) {
+    constexpr std::size_t kMostCharacters = 40;
+    std::u16string shown = FromUtf8(text);
+    const bool isCut = shown.size() > kMostCharacters;
+    if (isCut) shown.resize(kMostCharacters);
+    for (char16_t& character : shown)
+        if (character < u' ' || character == 0x7F) character = u'?';
+    return "\"" + ToUtf8(shown) + (isCut ? "..." : "") + "\"";
+}
+
+std::string_view Trimmed(std::string_view text) {
+    constexpr std::string_view kBlanks = " \t\r\n";
+    const std::size_t begin = text.find_first_not_of(kBlanks);
+    if (begin == std::string_view::npos) return {};
+    return text.substr(begin, text.find_last_not_of(kBlanks) + 1 - begin);
+}
+
+std::string LowerCase(std::string_view text) {
+    std::string lower(text);
+    for (char& character : lower)
+        if (character >= 'A' && character <= 'Z') character = static_cast<char>(character + 32);
+    return lower;
+}
 
 bool TakeColour(std::string_view text, KeyPart* part) {
     for (const auto& [word, name] : kNames)
@@ -205,19 +230,22 @@ bool TakeColour(std::string_view text, KeyPart* part) {
 
 std::optional<std::string> TakeWord(std::string_view text, bool isFirstPart, KeyTarget target) {
     const std::size_t equals = text.find('=');
-    const std::string_view name = text.substr(0, equals);
+    const std::string_view name = Trimmed(text.substr(0, equals));
     for (const KeyWord& word : kWords) {
         if (name != word.help.name) continue;
         if (word.isOfWhole && !isFirstPart)
             return Quoted(name) + " is for the whole picture: give it with the first colour";
-        if (equals != std::string_view::npos && word.take(target, text.substr(equals + 1)))
+        if (equals != std::string_view::npos && word.take(target, Trimmed(text.substr(equals + 1))))
             return std::nullopt;
         return Quoted(text) + ": " + word.help.name + " takes " + word.help.takes;
     }
+    if (!name.empty() && name.find_first_not_of("0123456789") == std::string_view::npos)
+        return Quoted(name) + " is no word of a key; a fraction has a point, as in spill=0.5";
     std::string known;
     for (const KeyWord& word : kWords)
         known += (known.empty() ? "" : ", ") + std::string(word.help.name);
-    return Quoted(name) + " is no word of a key; there are " + known;
+    return (name.empty() ? "a word is missing" : Quoted(name) + " is no word of a key") +
+           "; there are " + known;
 }
 
 // The text up to the separator, which is taken off its front together with it.
@@ -225,7 +253,7 @@ std::string_view TakeUntil(char separator, std::string_view* text) {
     const std::size_t end = text->find(separator);
     const std::string_view taken = text->substr(0, end);
     text->remove_prefix(end == std::string_view::npos ? text->size() : end + 1);
-    return taken;
+    return Trimmed(taken);
 }
 
 std::optional<std::string> ParsePart(std::string_view text, KeyRecipe* recipe) {
@@ -233,7 +261,9 @@ std::optional<std::string> ParsePart(std::string_view text, KeyRecipe* recipe) {
     KeyPart part;
     const std::string_view colour = TakeUntil(',', &text);
     if (!TakeColour(colour, &part))
-        return Quoted(colour) + " is no colour of a key; give green, blue, auto or #RRGGBB";
+        return (colour.empty() ? "a colour is missing"
+                               : Quoted(colour) + " is no colour of a key") +
+               "; give green, blue, auto or #RRGGBB";
     while (!text.empty())
         if (auto fault = TakeWord(TakeUntil(',', &text), isFirst, {*recipe, part})) return fault;
     recipe->parts.push_back(part);
@@ -266,8 +296,10 @@ int CountEntries(const KeyRecipe& recipe) {
 
 }  // namespace
 
-std::optional<std::string> ParseKey(std::string_view text, KeyRecipe* recipe) {
+std::optional<std::string> ParseKey(std::string_view given, KeyRecipe* recipe) {
     KeyRecipe read;
+    const std::string lower = LowerCase(given);
+    std::string_view text = Trimmed(lower);
     const bool isNone = text == "none";
     for (bool isMore = !isNone; isMore;) {
         isMore = text.find('+') != std::string_view::npos;
