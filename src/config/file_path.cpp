@@ -25,9 +25,30 @@ bool HasExtension(std::u16string_view text) {
     return dot != kNone && dot + 1 < name.size();
 }
 
+// What stands between the directories of an absolute path. Behind a "/" in front a backslash is
+// part of a name.
+std::u16string_view SeparatorsOf(std::u16string_view path) {
+    return kSeparators.substr(0, path.substr(0, 1) == u"/" ? 1 : 2);
+}
+
 // The last separator in front of `end`.
-std::size_t SeparatorBefore(std::u16string_view text, std::size_t end) {
-    return end == 0 ? kNone : text.find_last_of(kSeparators, end - 1);
+std::size_t SeparatorBefore(std::u16string_view path, std::size_t end) {
+    return end == 0 ? kNone : path.find_last_of(SeparatorsOf(path), end - 1);
+}
+
+// The path from "/" on, without "." and "..".
+std::u16string WithoutSteps(std::u16string_view path) {
+    std::u16string plain;
+    while (!path.empty()) {
+        path.remove_prefix(1);
+        const std::u16string_view name = path.substr(0, path.find(u'/'));
+        path.remove_prefix(name.size());
+        if (name == u"..")
+            plain.erase(std::min(plain.rfind(u'/'), plain.size()));
+        else if (!name.empty() && name != u".")
+            plain.append(u"/").append(name);
+    }
+    return plain.empty() ? u"/" : plain;
 }
 
 }  // namespace
@@ -60,7 +81,9 @@ std::u16string MakeAbsolutePath(std::u16string_view base, std::u16string_view pa
     if (end == kNone || rest.empty()) return std::u16string(path);
     std::u16string absolute(base.substr(0, end + 1));
     absolute.append(rest);
-    if (base.front() == u'/') std::replace(absolute.begin(), absolute.end(), u'\\', u'/');
+    if (base.front() == u'/')
+        std::replace(absolute.end() - static_cast<std::ptrdiff_t>(rest.size()), absolute.end(),
+                     u'\\', u'/');
     return absolute;
 }
 
@@ -72,17 +95,21 @@ std::u16string MakeRelativePath(std::u16string_view base, std::u16string_view pa
     const std::u16string_view steps = base.substr(common + 1);
     const std::u16string_view step = base[common] == u'/' ? u"../" : u"..\\";
     std::u16string relative;
-    for (auto count = std::count_if(steps.begin(), steps.end(), IsSeparator); count > 0; --count)
-        relative += step;
+    const std::u16string_view separators = SeparatorsOf(base);
+    for (const char16_t unit : steps)
+        if (separators.find(unit) != kNone) relative += step;
     relative += path.substr(common + 1);
     // A backslash in a name, a name of dots, nothing at all.
     return MakeAbsolutePath(base, relative) == path ? relative : std::u16string(path);
 }
 
 std::u16string AbsoluteFileName(std::u16string_view name) {
-    if (name.empty() || IsAbsolutePath(name)) return std::u16string(name);
+    if (name.empty()) return {};
+    if (name.front() == u'/') return WithoutSteps(name);
+    if (IsAbsolutePath(name)) return std::u16string(name);
     const std::u16string directory = WorkingDirectory();
-    return directory.empty() ? std::u16string(name) : directory + u'/' + std::u16string(name);
+    return directory.empty() ? std::u16string(name)
+                             : WithoutSteps(directory + u'/' + std::u16string(name));
 }
 
 std::u16string PathInDocument(std::u16string_view place, std::u16string_view path) {

@@ -26,8 +26,8 @@ std::u16string MakeAbsolutePath(std::u16string_view base, std::u16string_view pa
 // as it was if the two have no directory in common, or if the result would be read otherwise.
 std::u16string MakeRelativePath(std::u16string_view base, std::u16string_view path);
 
-// The same file by an absolute name, from the working directory of this moment. The name as it was
-// if it is absolute already or empty.
+// The same file by an absolute name, from the working directory of this moment and without "." and
+// "..". An absolute name that doesn't begin with "/", and an empty one, stay as they are.
 std::u16string AbsoluteFileName(std::u16string_view name);
 
 // A path out of a document at `place` (empty: unknown), as a file of this system: told from the

@@ -6,6 +6,7 @@
 #include "graph/input_pin.h"
 #include "graph/mixer_filter.h"
 #include "platform/counted_string.h"
+#include "platform/file.h"
 #include "scenes/default_scenes.h"
 #include "scenes/scene_document.h"
 
@@ -27,16 +28,16 @@ using Mode = SharedLockGuard::Mode;
 // Far above what a mix holds, so that a damaged document doesn't fill the memory with pins.
 constexpr std::int32_t kMostLoadedPins = 512;
 
-// A picture's path as a document at `place` tells it.
-std::u16string WrittenPath(std::u16string_view place, const std::u16string& path) {
-    if (path.empty() || !IsAbsolutePath(place)) return path;
-    return MakeRelativePath(place, AbsoluteFileName(path));
+// Scenes tell their pictures whole: a path that counts from the working directory would be looked
+// for beside the document. What is no file there stays as it is.
+std::u16string WholePath(const std::u16string& path) {
+    return IsAbsolutePath(path) || FileExists(path) ? AbsoluteFileName(path) : path;
 }
 
-// Scenes tell their pictures whole: a path that counts from the working directory would be looked
-// for beside the document.
-std::u16string AbsoluteOrNone(const std::u16string& path) {
-    return path.empty() ? path : AbsoluteFileName(path);
+// A picture's path as a document at `place` tells it.
+std::u16string WrittenPath(std::u16string_view place, const std::u16string& path) {
+    const std::u16string whole = WholePath(path);
+    return IsAbsolutePath(place) && IsAbsolutePath(whole) ? MakeRelativePath(place, whole) : path;
 }
 
 std::u16string OrderText(const std::vector<std::int32_t>& order) {
@@ -60,7 +61,10 @@ std::vector<std::int64_t> NumbersIn(std::u16string_view text) {
         const std::u16string_view prefix = text.substr(at, 2);
         const bool isHex = (prefix == u"0x" || prefix == u"0X") && at + 2 < text.size() &&
                            kHexDigits.find(text[at + 2]) != std::u16string_view::npos;
-        at = text.find_first_not_of(isHex ? kHexDigits : kDigits, isHex ? at + 2 : at);
+        const std::u16string_view digits = isHex              ? kHexDigits
+                                           : text[at] == u'0' ? kDigits.substr(0, 8)
+                                                              : kDigits;
+        at = text.find_first_not_of(digits, isHex ? at + 2 : at);
         if (at != std::u16string_view::npos) at = text.find_first_of(kDigits, at);
     }
     return numbers;
@@ -115,7 +119,7 @@ HRESULT CCoQDVideoMixer::SaveConfiguration(const XMLNodePtr& document, std::u16s
     (void)document->PutAttr(u"default-scenes", ObjectVal(!isChanged), true);
     (void)document->PutAttr(u"master-stream", ObjectVal(masterStream.load()), true);
     setup.background.image = WrittenPath(place, setup.background.image);
-    setup.layout.backgroundImage = AbsoluteOrNone(setup.layout.backgroundImage);
+    setup.layout.backgroundImage = WholePath(setup.layout.backgroundImage);
     WriteBackground(document->AppendElement(u"background"), setup.background);
     WriteVideoProps(document->AppendElement(u"output-props"), GivenOutputProps());
     const XMLNodePtr pins = document->AppendElement(u"pins");
@@ -128,7 +132,7 @@ HRESULT CCoQDVideoMixer::SaveConfiguration(const XMLNodePtr& document, std::u16s
         if (entry.scene->bInternal && !isChanged) continue;
         if (!list) list = document->AppendElement(u"user-scenes");
         Scene scene = *entry.scene;
-        scene.backgroundImage = AbsoluteOrNone(scene.backgroundImage);
+        scene.backgroundImage = WholePath(scene.backgroundImage);
         AddSceneElement(list, entry.name, scene);
     }
     return S_OK;

@@ -29,7 +29,7 @@ MixBlock* FindRect(InputStream* stream, LONG number) {
 HRESULT Named(MixBlock& rect, std::u16string& name, HRESULT made) {
     if (Succeeded(made))
         rect.maskName = std::move(name);
-    else
+    else if (rect.rectMask.IsEmpty())
         rect.maskName.clear();
     return made;
 }

@@ -162,11 +162,10 @@ std::vector<NamedScene> ReadSceneList(const std::vector<XMLNodePtr>& elements,
     std::vector<NamedScene> scenes;
     std::vector<std::size_t> nameless;
     for (const XMLNodePtr& element : elements) {
-        bool hasName = false;
-        NamedScene read{element->GetString(u"name", {}, &hasName), ReadScene(element)};
+        NamedScene read{element->GetString(u"name"), ReadScene(element)};
         read.scene.backgroundImage = PathInDocument(place, read.scene.backgroundImage);
-        read.isNamed = hasName;
-        if (!hasName) nameless.push_back(scenes.size());
+        read.isNamed = !read.name.empty();
+        if (!read.isNamed) nameless.push_back(scenes.size());
         scenes.push_back(std::move(read));
     }
     NameScenes(scenes, nameless);

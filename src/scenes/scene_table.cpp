@@ -56,6 +56,8 @@ void SceneTable::RemoveAll() {
 void SceneTable::Merge(std::vector<NamedScene> loaded, bool replaces) {
     std::unordered_set<std::u16string> taken;
     for (const Entry& entry : entries) taken.insert(entry.name);
+    for (const NamedScene& scene : loaded)
+        if (scene.isNamed) taken.insert(scene.name);
     auto number = static_cast<std::int64_t>(loaded.size());
     for (NamedScene& scene : loaded) {
         if (scene.isNamed) continue;

@@ -215,6 +215,7 @@ TEST(FilePathTest, PathsAreToldFromADocumentAndBack) {
         {u"/media/x/a.xml", u"/mediax/bars.png", u"../../mediax/bars.png"},
         {u"/a.xml", u"/bars.png", u"bars.png"},
         {u"/media/a.xml", u"c:\\bars.png", u"c:\\bars.png"},
+        {u"/odd\\dir/cfg/a.xml", u"/odd\\dir/bars.png", u"../bars.png"},
         // A name that would be read as steps or directories stands as it is.
         {u"/media/a.xml", u"/media/b\\ars.png", u"/media/b\\ars.png"},
         {u"/media/a.xml", u"/media//bars.png", u"/media//bars.png"},
@@ -240,8 +241,14 @@ TEST(FilePathTest, PicturesAreFoundBesideTheDocumentFirst) {
     EXPECT_EQ(PathInDocument(place, u"p.png"), picture);
     EXPECT_EQ(PathInDocument({}, u"p.png"), u"p.png");
     EXPECT_EQ(PathInDocument(place, u"/p.png"), u"/p.png");
+    const std::u16string here = AbsoluteFileName(u"x");
+    EXPECT_EQ(AbsoluteFileName(u"./x"), here);
+    EXPECT_EQ(AbsoluteFileName(u"no-such/.././/x"), here);
+    EXPECT_EQ(AbsoluteFileName(u"/media/./cfg/../../show/a.xml"), u"/show/a.xml");
+    EXPECT_EQ(AbsoluteFileName(u"/../.."), u"/");
+    EXPECT_EQ(AbsoluteFileName(u"c:\\media\\..\\a.xml"), u"c:\\media\\..\\a.xml");
     // A path from the working directory that leads somewhere still does.
-    const std::u16string fromHere = MakeRelativePath(AbsoluteFileName(u"x"), picture);
+    const std::u16string fromHere = MakeRelativePath(here, picture);
     EXPECT_EQ(PathInDocument(place, fromHere), MakeAbsolutePath(place, fromHere));
     ASSERT_EQ(WriteFile(picture, {}), S_OK);
     EXPECT_EQ(PathInDocument(u"/no/such/place/b.xml", fromHere), fromHere);

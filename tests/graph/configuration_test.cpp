@@ -265,7 +265,7 @@ TEST(ConfigurationTest, OrdersThatDontFitAreThePlainOne) {
     const Case cases[] = {
         {u"2, 0, 1", {2, 0, 1}}, {u" 2;-0 x0x1", {2, 0, 1}},    {u"2, 0", {0, 1, 2}},
         {u"", {0, 1, 2}},        {u"2, 0, 2", {0, 1, 2}},       {u"-1, 0, 1", {0, 1, 2}},
-        {u"0, 1, 9", {0, 1, 2}}, {u"2, 0, 1, 3, 0", {2, 0, 1}},
+        {u"0, 1, 9", {0, 1, 2}}, {u"2, 0, 1, 3, 0", {2, 0, 1}}, {u"02, 08, 1", {2, 0, 1}},
     };
     for (const Case& entry : cases) {
         Hosted mixer;
@@ -526,6 +526,13 @@ TEST(SceneDocumentsTest, TheNamelessTakeNobodysName) {
               S_OK);
     ASSERT_EQ(mixer.scenes->LoadScenes(S(u"<scene description='other'/>").Get(), 0), S_OK);
     EXPECT_EQ(mixer.SceneNames(), (std::vector<std::u16string>{u"Scene 1", u"Scene 2"}));
+    // Nor one that stands in their own document.
+    ASSERT_EQ(mixer.scenes->LoadScenes(S(u"<scene name='Scene 1'/>").Get(), 2), S_OK);
+    ASSERT_EQ(mixer.scenes->LoadScenes(
+                  S(u"<a><scene/><scene name='Scene 3'/><scene name=''/></a>").Get(), 0),
+              S_OK);
+    EXPECT_EQ(mixer.SceneNames(),
+              (std::vector<std::u16string>{u"Scene 1", u"Scene 4", u"Scene 3", u"Scene 5"}));
     // Of one name, the last one counts, in its own place.
     ASSERT_EQ(mixer.scenes->LoadScenes(
                   S(u"<a><scene name=x/><scene name=y/><scene name=x/></a>").Get(), 2),

@@ -79,8 +79,7 @@ TEST_F(LoadImageTest, DecodedPicturesAreStraightOrPremultiplied) {
 TEST_F(LoadImageTest, MissingAndForeignFiles) {
     EXPECT_EQ(LoadImage((directory / "none.bmp").u16string(), true, &image),
               HResultFromWin32(ERROR_FILE_NOT_FOUND));
-    EXPECT_EQ(LoadImage(directory.Path().u16string(), true, &image),
-              HResultFromWin32(ERROR_FILE_NOT_FOUND));
+    EXPECT_EQ(LoadImage(directory.Path().u16string(), true, &image), E_FAIL);
     EXPECT_EQ(Load("a.png", {}), E_FAIL);
     EXPECT_EQ(Load("a.txt", FileBytes(100, 'x')), E_FAIL);
 }

@@ -155,6 +155,7 @@ TEST(PictureFile, OtherFilesAreRefused) {
     FileBytes contents;
     EXPECT_EQ(ReadPictureFile((directory / "none.png").u16string(), contents),
               HResultFromWin32(ERROR_FILE_NOT_FOUND));
+    EXPECT_EQ(ReadPictureFile((directory / ".").u16string(), contents), E_FAIL);
     ASSERT_EQ(mkfifo((directory / "pipe").c_str(), 0600), 0);
     EXPECT_EQ(ReadPictureFile((directory / "pipe").u16string(), contents), E_FAIL);
 }

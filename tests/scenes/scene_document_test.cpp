@@ -159,7 +159,7 @@ TEST(SceneDocumentTest, EveryTopElementWithScenesWill) {
 TEST(SceneDocumentTest, ScenesWithoutANameGetOneThatTheyKeep) {
     const std::u16string_view text =
         u"<a><scene/><scene name='Scene 2'/><scene name=''/><scene/></a>";
-    EXPECT_EQ(NamesIn(text), (Names{u"Scene 1", u"Scene 2", u"", u"Scene 4"}));
+    EXPECT_EQ(NamesIn(text), (Names{u"Scene 1", u"Scene 2", u"Scene 3", u"Scene 4"}));
     EXPECT_EQ(NamesIn(u"<a><scene name='Scene 2'/><scene/><scene/></a>"),
               (Names{u"Scene 2", u"Scene 3", u"Scene 4"}));
     EXPECT_EQ(NamesIn(u"<scene/>"), Names{u"Scene 1"});

@@ -10,8 +10,10 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <filesystem>
 #include <new>
 #include <string_view>
+#include <system_error>
 
 namespace qdvm {
 namespace {
@@ -242,7 +244,9 @@ struct BytesDrop {
 
 HRESULT ReadPictureFile(std::u16string_view name, std::vector<std::uint8_t>& contents) {
     contents.clear();
-    if (!FileExists(name)) return HResultFromWin32(ERROR_FILE_NOT_FOUND);
+    std::error_code error;
+    if (!std::filesystem::exists(ToUtf8(name), error))
+        return HResultFromWin32(ERROR_FILE_NOT_FOUND);
     std::uint64_t bytes = 0;
     // A pipe could be waited for without end, and a device read without one.
     if (!RegularFileSizeAt(ToUtf8(name), &bytes) || bytes > kMaxPictureFileBytes) return E_FAIL;
