@@ -360,6 +360,33 @@ void AddKeys(std::vector<PrimitiveCase>* cases) {
                                                          v[1].stride, s, matrix);
                           },
                           {SLOT(keys.spillMatrix)}});
+    const SpillSteps steps[] = {
+        {{0, 255, 0, 128},
+         {1, -1, 1, 1},
+         {256, 131, 256, 255},
+         {-128, 90, -128, 7},
+         {0, 40, 0, -9},
+         true},
+        {{255, 0, 128, 255},
+         {-1, 1, -1, 1},
+         {256, 0, 1, 256},
+         {512, -512, -1, 1},
+         {256, -256, 0, 1},
+         true},
+        {{0, 0, 0, 0},
+         {1, 1, 1, 1},
+         {100, 256, 255, 256},
+         {-90, -128, -150, -128},
+         {300, 256, 0, 32767},
+         false},
+    };
+    for (const SpillSteps& step : steps)
+        cases->push_back({std::string("SpillSteps ") + std::to_string(&step - steps),
+                          {Change(Pixels(4))},
+                          [step](const Views& v, ImageSize s) {
+                              return SpillSteps_8u_C4IR(v[0].data, v[0].stride, s, step);
+                          },
+                          {SLOT(keys.spillSteps)}});
 }
 
 void AddFilters(std::vector<PrimitiveCase>* cases) {

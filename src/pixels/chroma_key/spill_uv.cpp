@@ -1,7 +1,8 @@
 #include "pixels/chroma_key/spill_uv.h"
 
+#include "pixels/primitives/key.h"
+
 #include <algorithm>
-#include <bit>
 #include <cstring>
 
 namespace qdvm {
@@ -33,18 +34,55 @@ Wide Saturated(const UvSpill& spill, Wide value, int away) {
     return ChromaByte((difference * factor + 255) >> 8);
 }
 
+// What is taken from a chroma byte for the key's colour.
+Wide TakenFrom(const UvSpill& spill, int away, bool isU) {
+    const Wide strength = (Wide{spill.chroma} * away) >> 6;
+    return (spill.keyChroma[isU ? 0 : 1] * strength + 255) >> 8;
+}
+
 Sample ChromaOf(const UvSpill& spill, int value, int m, bool isU) {
     const int away = 255 - m;
-    Wide c = DrawnToGrey(spill, value, m, isU);
-    const Wide strength = (Wide{spill.chroma} * away) >> 6;
-    c = ChromaByte(c - 128 - ((spill.keyChroma[isU ? 0 : 1] * strength + 255) >> 8));
-    return static_cast<Sample>(Saturated(spill, c, away));
+    const Wide c = DrawnToGrey(spill, value, m, isU) - 128 - TakenFrom(spill, away, isU);
+    return static_cast<Sample>(Saturated(spill, ChromaByte(c), away));
 }
 
 Sample LumaOf(const UvSpill& spill, int value, int m) {
     const Wide strength = (Wide{spill.luma} * (255 - m)) >> 6;
     if (spill.isGreen) return Limit(value + strength);
     return Limit((value * std::max<Wide>(strength + 255, 0) + 255) >> 8);
+}
+
+// From so many pairs of one value on it is quickest to do all of them with the same steps.
+constexpr std::ptrdiff_t kFewestPairsForSteps = 8;
+
+// The steps of chroma that ChromaOf takes for one value, luma as it is. False for a factor beyond
+// what steps can have.
+bool MakeSteps(const UvSpill& spill, int m, SpillSteps* steps) {
+    const int away = 255 - m;
+    const auto word = [](Wide value, Wide most) {
+        return static_cast<std::int16_t>(std::clamp<Wide>(value, -most, most));
+    };
+    // Beyond this a byte's difference is at its limit in any case.
+    constexpr Wide kMost = 256;
+    constexpr Wide kMostFactor = 32767;
+    const Wide saturation = Wide{spill.saturation} * away;
+    const Wide factor = std::max<Wide>((saturation >> 6) + 255, 0);
+    if (!spill.isGreen && factor > kMostFactor) return false;
+    *steps = {{}, {1, 1, 1, 1}, {256, 256, 256, 256}, {-128, -128, -128, -128}, {}, spill.isGreen};
+    const std::int16_t same = spill.isGreen ? 0 : 256;
+    std::fill_n(steps->strength, 4, same);
+    for (const bool isU : {true, false}) {
+        const int j = (spill.lumaFirst ? 1 : 0) + (isU ? 0 : 2);
+        const int from = !spill.isGreen ? 0 : isU ? 255 : 128;
+        steps->from[j] = static_cast<std::int16_t>(from);
+        steps->turn[j] = spill.isGreen && isU ? -1 : 1;
+        steps->scale[j] = static_cast<std::int16_t>(m);
+        steps->add[j] =
+            static_cast<std::int16_t>(from - 128 - word(TakenFrom(spill, away, isU), kMost));
+        steps->strength[j] =
+            spill.isGreen ? word(saturation >> 7, kMost) : word(factor, kMostFactor);
+    }
+    return true;
 }
 
 // In the first bytes of the table, one for each value of the spill plane: pairs that were worked
@@ -70,41 +108,60 @@ const Sample* ResultsOf(const UvSpill& spill, int m, std::ptrdiff_t pairs, Sampl
     return rows;
 }
 
-void WorkOut(const UvSpill& spill, Sample* packed, int m, std::ptrdiff_t pairs) {
+void WorkOut(const UvSpill& spill, Sample* packed, int m, std::ptrdiff_t pairs, bool withChroma) {
     Sample* const luma = packed + (spill.lumaFirst ? 0 : 1);
     Sample* const chroma = packed + (spill.lumaFirst ? 1 : 0);
     for (std::ptrdiff_t i = 0; i < 4 * pairs; i += 4) {
-        chroma[i] = ChromaOf(spill, chroma[i], m, true);
-        chroma[i + 2] = ChromaOf(spill, chroma[i + 2], m, false);
+        if (withChroma) {
+            chroma[i] = ChromaOf(spill, chroma[i], m, true);
+            chroma[i + 2] = ChromaOf(spill, chroma[i + 2], m, false);
+        }
         if (spill.luma == 0) continue;
         luma[i] = LumaOf(spill, luma[i], m);
         luma[i + 2] = LumaOf(spill, luma[i + 2], m);
     }
 }
 
-// Groups of packed 4:2:2 with new chroma, U from bit kShift of a group on; two groups at a time in
-// one word, which costs half the accesses.
-template <int kShift>
-void MapChroma(Sample* packed, std::ptrdiff_t pairs, const Sample* ofU, const Sample* ofV) {
-    static_assert(std::endian::native == std::endian::little);
-    constexpr std::uint64_t kChroma = std::uint64_t{0x00ff00ff00ff00ff} << kShift;
-    const auto mapped = [](const Sample* table, std::uint64_t groups, int shift) {
-        return std::uint64_t{table[groups >> shift & 0xff]} << shift;
-    };
-    std::ptrdiff_t i = 0;
-    for (; i + 2 <= pairs; i += 2) {
-        std::uint64_t groups = 0;
-        std::memcpy(&groups, packed + 4 * i, sizeof(groups));
-        const std::uint64_t chroma =
-            mapped(ofU, groups, kShift) | mapped(ofV, groups, kShift + 16) |
-            mapped(ofU, groups, kShift + 32) | mapped(ofV, groups, kShift + 48);
-        groups = (groups & ~kChroma) | chroma;
-        std::memcpy(packed + 4 * i, &groups, sizeof(groups));
+void MapChroma(const UvSpill& spill, Sample* packed, std::ptrdiff_t pairs, const Sample* results) {
+    Sample* const chroma = packed + (spill.lumaFirst ? 1 : 0);
+    for (std::ptrdiff_t i = 0; i < 4 * pairs; i += 4) {
+        chroma[i] = results[256 + chroma[i]];
+        chroma[i + 2] = results[512 + chroma[i + 2]];
     }
-    if (i == pairs) return;
-    Sample* const last = packed + 4 * i + kShift / 8;
-    last[0] = ofU[last[0]];
-    last[2] = ofV[last[2]];
+}
+
+void MapLuma(const UvSpill& spill, Sample* packed, std::ptrdiff_t pairs, const Sample* results) {
+    Sample* const luma = packed + (spill.lumaFirst ? 0 : 1);
+    for (std::ptrdiff_t i = 0; i < 4 * pairs; i += 2) luma[i] = results[luma[i]];
+}
+
+// Pairs of one value of the spill plane.
+void ApplyToRun(const UvSpill& spill, Sample* packed, int m, std::ptrdiff_t pairs, Sample* table) {
+    SpillSteps steps;
+    const bool isStepped = pairs >= kFewestPairsForSteps && MakeSteps(spill, m, &steps);
+    if (isStepped)
+        (void)SpillSteps_8u_C4IR(packed, 0, {static_cast<std::int32_t>(pairs), 1}, steps);
+    // Without strength luma stays as it is.
+    if (isStepped && spill.luma == 0) return;
+    const Sample* const results = ResultsOf(spill, m, pairs, table);
+    if (!results) {
+        WorkOut(spill, packed, m, pairs, !isStepped);
+        return;
+    }
+    if (!isStepped) MapChroma(spill, packed, pairs, results);
+    if (spill.luma != 0) MapLuma(spill, packed, pairs, results);
+}
+
+// Where the values that are that of `start` end; eight at a time.
+std::ptrdiff_t EndOfRun(const Sample* amount, std::ptrdiff_t start, std::ptrdiff_t pairs) {
+    const std::uint64_t eight = std::uint64_t{0x0101010101010101} * amount[start];
+    std::ptrdiff_t end = start + 1;
+    for (std::uint64_t next = 0; end + 8 <= pairs; end += 8) {
+        std::memcpy(&next, amount + end, sizeof(next));
+        if (next != eight) break;
+    }
+    while (end < pairs && amount[end] == amount[start]) ++end;
+    return end;
 }
 
 }  // namespace
@@ -128,20 +185,8 @@ void ApplyUvSpill(const UvSpill& spill, Sample* packed, const Sample* amount, st
     for (std::ptrdiff_t i = 0; i < pairs;) {
         const int m = amount[i];
         const std::ptrdiff_t start = i;
-        while (i < pairs && amount[i] == m) ++i;
-        Sample* const run = packed + 4 * start;
-        const Sample* const results = ResultsOf(spill, m, i - start, table);
-        if (!results) {
-            WorkOut(spill, run, m, i - start);
-            continue;
-        }
-        (spill.lumaFirst ? MapChroma<8> : MapChroma<0>)(run, i - start, results + 256,
-                                                        results + 512);
-        // Without strength luma stays as it is.
-        if (spill.luma == 0) continue;
-        Sample* const luma = run + (spill.lumaFirst ? 0 : 1);
-        for (std::ptrdiff_t at = 0; at < 2 * (i - start); ++at)
-            luma[2 * at] = results[luma[2 * at]];
+        i = EndOfRun(amount, i, pairs);
+        ApplyToRun(spill, packed + 4 * start, m, i - start, table);
     }
 }
 

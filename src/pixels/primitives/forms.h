@@ -156,6 +156,7 @@ struct ResizeRows {
 
 struct KeyEllipsoid;
 struct SpillMatrix;
+struct SpillSteps;
 
 // The chroma key; key.h has the arithmetic.
 struct KeyRows {
@@ -165,6 +166,7 @@ struct KeyRows {
     void (*halve)(const Sample* src, Sample* dst, std::int32_t n);
     void (*spillMatrix)(Sample* packed, const Sample* amount, std::int32_t groups,
                         const SpillMatrix& matrix);
+    void (*spillSteps)(Sample* packed, std::int32_t groups, const SpillSteps& steps);
 };
 
 struct WarpLine;

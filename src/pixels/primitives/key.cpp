@@ -126,4 +126,16 @@ ImageStatus SpillMatrix_8u_C4IR(Sample* packed, std::ptrdiff_t stride, const Sam
     return kImageOk;
 }
 
+ImageStatus SpillSteps_8u_C4IR(Sample* packed, std::ptrdiff_t stride, ImageSize size,
+                               const SpillSteps& steps) {
+    const std::ptrdiff_t rowBytes = std::ptrdiff_t{size.width} * 4;
+    const ImageStatus status =
+        CheckSides(size, kOnePixel, Side{packed, stride, rowBytes, size.height});
+    if (status != kImageOk) return status;
+    const auto apply = Forms().keys.spillSteps;
+    for (std::ptrdiff_t row = 0; row < size.height; ++row)
+        apply(packed + row * stride, size.width, steps);
+    return kImageOk;
+}
+
 }  // namespace qdvm

@@ -56,4 +56,21 @@ ImageStatus SpillMatrix_8u_C4IR(Sample* packed, std::ptrdiff_t stride, const Sam
                                 std::ptrdiff_t amountStride, ImageSize size,
                                 const SpillMatrix& matrix);
 
+// Per byte of a group of packed 4:2:2, in its order of memory.
+struct SpillSteps {
+    std::int16_t from[4];      // 0 to 255
+    std::int16_t turn[4];      // 1 or -1
+    std::int16_t scale[4];     // 0 to 256
+    std::int16_t add[4];       // -512 to 512
+    std::int16_t strength[4];  // -256 to 256 with isGrown, else 0 to 32767
+    bool isGrown;
+};
+
+// In place, each byte Y of a group: t = turn (turn (Y - from) scale >> 8) + add, limited to -128 to
+// 127. With isGrown the magnitude of t becomes |t| + strength, limited to 0 to 255, with the sign
+// of t (that of 0 is plus); else t becomes (t strength + 255) >> 8. The result is t, limited to
+// -128 to 127, plus 128. size counts groups of four bytes.
+ImageStatus SpillSteps_8u_C4IR(Sample* packed, std::ptrdiff_t stride, ImageSize size,
+                               const SpillSteps& steps);
+
 }  // namespace qdvm

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 
 namespace qdvm {
 
@@ -51,8 +52,26 @@ void ApplyMatrix(Sample* packed, const Sample* amount, std::int32_t groups,
     }
 }
 
+int AsDifference(int value) { return std::clamp(value, -128, 127); }
+
+int Grown(int value, int growth) {
+    const int magnitude = std::clamp(std::abs(value) + growth, 0, 255);
+    return value < 0 ? -magnitude : magnitude;
+}
+
+void ApplySteps(Sample* packed, std::int32_t groups, const SpillSteps& steps) {
+    for (std::ptrdiff_t i = 0; i < 4 * std::ptrdiff_t{groups}; ++i) {
+        const std::ptrdiff_t j = i % 4;
+        const int turn = steps.turn[j];
+        const int scaled = turn * (packed[i] - steps.from[j]) * steps.scale[j] >> 8;
+        int t = AsDifference(turn * scaled + steps.add[j]);
+        t = steps.isGrown ? Grown(t, steps.strength[j]) : (t * steps.strength[j] + 255) >> 8;
+        packed[i] = static_cast<Sample>(AsDifference(t) + 128);
+    }
+}
+
 }  // namespace
 
-const KeyRows kKeyRowsPlain = {Distance, Cut, Halve, ApplyMatrix};
+const KeyRows kKeyRowsPlain = {Distance, Cut, Halve, ApplyMatrix, ApplySteps};
 
 }  // namespace qdvm

@@ -158,8 +158,72 @@ inline void VectorSpillMatrix(Sample* packed, const Sample* amount, std::int32_t
         InOut<4>{packed}, In<1>{amount});
 }
 
+inline V WithinDifference(V t) { return MinSigned16(MaxSigned16(t, All16(-128)), All16(127)); }
+
+// -a where the mask's words are set.
+inline V Turned(V a, V mask) { return Sub16(Xor(a, mask), mask); }
+
+template <bool kIsGrown>
+struct StepVectors {
+    V from, gain, scale, turned, add, strength;
+
+    explicit StepVectors(const SpillSteps& steps) {
+        // (x * 64) (scale * 4) >> 16 is x scale >> 8.
+        std::int16_t gains[4];
+        std::int16_t scales[4];
+        std::int16_t masks[4];
+        for (int j = 0; j < 4; ++j) {
+            gains[j] = static_cast<std::int16_t>(steps.turn[j] * 64);
+            scales[j] = static_cast<std::int16_t>(steps.scale[j] * 4);
+            masks[j] = static_cast<std::int16_t>(steps.turn[j] < 0 ? -1 : 0);
+        }
+        from = FourWords(steps.from);
+        gain = FourWords(gains);
+        scale = FourWords(scales);
+        turned = FourWords(masks);
+        add = FourWords(steps.add);
+        strength = FourWords(steps.strength);
+    }
+
+    V Stepped(V bytes) const {
+        const V scaled = MulHighSigned16(Mul16(Sub16(bytes, from), gain), scale);
+        const V t = WithinDifference(Add16(Turned(scaled, turned), add));
+        return Add16(WithinDifference(kIsGrown ? Grown(t) : Stretched(t)), All16(128));
+    }
+
+private:
+    V Grown(V t) const {
+        const V sign = RightSigned16<15>(t);
+        const V grown = Add16(Turned(t, sign), strength);
+        return Turned(MaxSigned16(grown, Zero()), sign);
+    }
+
+    V Stretched(V t) const {
+        const V low = SumProducts16(Low16(t, All16(255)), Low16(strength, All16(1)));
+        const V high = SumProducts16(High16(t, All16(255)), High16(strength, All16(1)));
+        return Narrow32(RightSigned32<8>(low), RightSigned32<8>(high));
+    }
+};
+
+template <bool kIsGrown>
+void StepRow(Sample* packed, std::int32_t groups, const SpillSteps& steps) {
+    const StepVectors<kIsGrown> vectors(steps);
+    AnyWidth<kKeyBlock>(
+        groups,
+        [&](Sample* at) {
+            const V bytes = Load(at);
+            Store(at, Narrow16(vectors.Stepped(Low8(bytes, Zero())),
+                               vectors.Stepped(High8(bytes, Zero()))));
+        },
+        InOut<4>{packed});
+}
+
+inline void VectorSpillSteps(Sample* packed, std::int32_t groups, const SpillSteps& steps) {
+    (steps.isGrown ? StepRow<true> : StepRow<false>)(packed, groups, steps);
+}
+
 inline void UseVectorRows(KeyRows* rows) {
-    *rows = {VectorDistance, VectorCut, VectorHalve, VectorSpillMatrix};
+    *rows = {VectorDistance, VectorCut, VectorHalve, VectorSpillMatrix, VectorSpillSteps};
 }
 
 }  // namespace

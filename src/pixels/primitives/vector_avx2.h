@@ -40,6 +40,7 @@ inline V Sub16(V a, V b) { return _mm256_sub_epi16(a, b); }
 inline V Mul16(V a, V b) { return _mm256_mullo_epi16(a, b); }
 inline V MulHigh16(V a, V b) { return _mm256_mulhi_epu16(a, b); }
 inline V MulHighSigned16(V a, V b) { return _mm256_mulhi_epi16(a, b); }
+inline V MinSigned16(V a, V b) { return _mm256_min_epi16(a, b); }
 inline V MaxSigned16(V a, V b) { return _mm256_max_epi16(a, b); }
 inline V MulRounded16(V a, V b) { return _mm256_mulhrs_epi16(a, b); }
 inline V Add32(V a, V b) { return _mm256_add_epi32(a, b); }

@@ -43,6 +43,7 @@ inline V Sub16(V a, V b) { return _mm_sub_epi16(a, b); }
 inline V Mul16(V a, V b) { return _mm_mullo_epi16(a, b); }
 inline V MulHigh16(V a, V b) { return _mm_mulhi_epu16(a, b); }
 inline V MulHighSigned16(V a, V b) { return _mm_mulhi_epi16(a, b); }
+inline V MinSigned16(V a, V b) { return _mm_min_epi16(a, b); }
 inline V MaxSigned16(V a, V b) { return _mm_max_epi16(a, b); }
 // (a b + 0x4000) >> 15 of signed words.
 inline V MulRounded16(V a, V b) { return _mm_mulhrs_epi16(a, b); }
