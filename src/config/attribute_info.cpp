@@ -174,8 +174,8 @@ XMLNodePtr InfoList(const XMLNodePtr& node, std::size_t* count, std::size_t* ind
     if (!selected) selected = SelectEntry(ChainFor(node), total, index, names);
     if (names && selected)
         for (const XMLAttribute& attribute : node->Attributes())
-            (void)names->FindOrAppend(attribute.name, [&] {
-                return InfoName{attribute.name, false};
+            (void)names->FindOrAppend(attribute.name.View(), [&] {
+                return InfoName{std::u16string(attribute.name.View()), false};
             });
     if (count) *count = total;
     return selected;

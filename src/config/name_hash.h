@@ -12,4 +12,7 @@ namespace qdvm {
 // only and never gets into a file.
 std::uint64_t NameHash(std::u16string_view name, bool foldCase);
 
+// Whether two names are one once case is folded, told without a hash.
+bool IsSameName(std::u16string_view a, std::u16string_view b);
+
 }  // namespace qdvm

@@ -1,5 +1,7 @@
 #include "config/object_value.h"
 
+#include <string>
+
 namespace qdvm {
 namespace {
 
@@ -14,12 +16,12 @@ struct Formatter {
 
 }  // namespace
 
-const std::u16string& ObjectVal::AsText() {
+std::u16string_view ObjectVal::AsText() {
     if (!isTextValid) {
-        text = std::visit(Formatter{}, typed);
+        text = KeptText(std::visit(Formatter{}, typed));
         isTextValid = true;
     }
-    return text;
+    return text.View();
 }
 
 }  // namespace qdvm

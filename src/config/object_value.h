@@ -10,12 +10,13 @@
 //
 // No lock of its own, and reading changes it: the owner's lock guards it.
 
+#include "config/kept_text.h"
 #include "config/value_text.h"
 
 #include <concepts>
 #include <cstdint>
-#include <string>
 #include <string_view>
+#include <utility>
 #include <variant>
 
 namespace qdvm {
@@ -23,6 +24,7 @@ namespace qdvm {
 class ObjectVal {
 public:
     ObjectVal() = default;
+    explicit ObjectVal(KeptText value) : text(std::move(value)) {}
     explicit ObjectVal(std::u16string_view value) : text(value) {}
     // Nothing else becomes a bool on the way, pointers to text above all.
     template <std::same_as<bool> Flag>
@@ -33,17 +35,8 @@ public:
     explicit ObjectVal(const SizeValue& value) : typed(value), isTextValid(false) {}
     explicit ObjectVal(double value) : typed(value), isTextValid(false) {}
 
-    void SetText(std::u16string_view value) {
-        text = value;
-        typed = {};
-        isTextValid = true;
-    }
-
-    // For a value that is a text.
-    void AppendText(std::u16string_view more) { text.append(more); }
-
     // Valid until the value changes.
-    const std::u16string& AsText();
+    std::u16string_view AsText();
 
     bool AsBool() { return As<bool>(); }
     std::int32_t AsInt() { return As<std::int32_t>(); }
@@ -56,7 +49,7 @@ private:
     T As() {
         if (const T* value = std::get_if<T>(&typed)) return *value;
         T value{};
-        const std::u16string& form = AsText();
+        const std::u16string_view form = AsText();
         if (!form.empty()) Parse(form, value);
         typed = value;
         return value;
@@ -72,7 +65,7 @@ private:
     static void Parse(std::u16string_view form, SizeValue& value) { value = ParseSize(form); }
     static void Parse(std::u16string_view form, double& value) { value = ParseDouble(form); }
 
-    std::u16string text;
+    KeptText text;
     // Nothing: the value is a text only.
     std::variant<std::monostate, bool, std::int32_t, std::uint32_t, SizeValue, double> typed;
     bool isTextValid = true;

@@ -4,6 +4,7 @@
 
 #include "config/name_hash.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -19,7 +20,7 @@ namespace qdvm {
 // position. Entries are only ever appended; removing one moves the later ones down and costs time
 // linear in the entries.
 //
-// No lock of its own: the owner's lock guards it.
+// No lock of its own: the owner's lock guards it, lookups too, since they may build the index.
 template <class V>
 class ObjectsMap {
 public:
@@ -28,14 +29,14 @@ public:
     // Insertion beyond so many entries is refused; fewer than 2^32.
     explicit ObjectsMap(std::size_t mostEntries) : limit(mostEntries) {}
 
-    std::size_t Size() const { return values.size(); }
-    V& At(std::size_t position) { return values[position]; }
-    const V& At(std::size_t position) const { return values[position]; }
+    std::size_t Size() const { return entries.size(); }
+    V& At(std::size_t position) { return entries[position].value; }
+    const V& At(std::size_t position) const { return entries[position].value; }
 
-    // Room for so many entries at once.
-    void Reserve(std::size_t entries) {
-        hashes.reserve(entries);
-        values.reserve(entries);
+    // Room for so many more entries at once.
+    void Reserve(std::size_t more) {
+        const std::size_t needed = entries.size() + more;
+        if (needed > entries.capacity()) entries.reserve(std::max(needed, 2 * entries.size()));
     }
 
     // The first entry of that name, kNone if there is none.
@@ -61,34 +62,36 @@ public:
 
     void Rename(std::size_t position, std::u16string_view name) {
         const std::uint64_t hash = NameHash(name, true);
-        if (index && hashes[position] != hash) {
+        Entry& entry = entries[position];
+        if (index && entry.hash != hash) {
             AddToIndex(*index, hash, position);
-            index->erase({hashes[position], static_cast<std::uint32_t>(position)});
+            index->erase({entry.hash, static_cast<std::uint32_t>(position)});
         }
-        hashes[position] = hash;
+        entry.hash = hash;
     }
 
     void RemoveAt(std::size_t position) {
-        const auto offset = static_cast<std::ptrdiff_t>(position);
-        hashes.erase(hashes.begin() + offset);
-        values.erase(values.begin() + offset);
+        entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(position));
         index.reset();
-        if (values.size() > kLinear) BuildIndex();
     }
 
     void Clear() { (void)Take(); }
 
+    struct Entry {
+        std::uint64_t hash;  // of the name
+        V value;
+    };
+
     // Empties the map and gives what was in it.
-    std::vector<V> Take() {
+    std::vector<Entry> Take() {
         index.reset();
-        hashes.clear();
-        return std::exchange(values, {});
+        return std::exchange(entries, {});
     }
 
-    auto begin() { return values.begin(); }
-    auto end() { return values.end(); }
-    auto begin() const { return values.begin(); }
-    auto end() const { return values.end(); }
+    auto begin() { return entries.begin(); }
+    auto end() { return entries.end(); }
+    auto begin() const { return entries.begin(); }
+    auto end() const { return entries.end(); }
 
 private:
     // Up to so many entries, going through the hashes is faster than a search tree.
@@ -96,26 +99,23 @@ private:
     static constexpr std::uint64_t kNameless = 0;
 
     std::size_t FindHash(std::uint64_t hash) const {
-        if (index) {
-            const auto found = index->lower_bound({hash, 0});
-            return found != index->end() && found->first == hash ? found->second : kNone;
-        }
-        for (std::size_t i = 0; i < hashes.size(); ++i)
-            if (hashes[i] == hash) return i;
+        if (entries.size() > kLinear) return FindInIndex(hash);
+        for (const Entry& entry : entries)
+            if (entry.hash == hash) return static_cast<std::size_t>(&entry - entries.data());
         return kNone;
     }
 
-    bool AppendHash(std::uint64_t hash, V value) {
-        if (values.size() >= limit) return false;
-        const std::size_t room = values.size() + 1;
-        if (room > values.capacity()) values.reserve(2 * values.size() + 1);
-        if (room > hashes.capacity()) hashes.reserve(2 * hashes.size() + 1);
-        if (values.size() >= kLinear) {
-            if (!index) BuildIndex();
-            AddToIndex(*index, hash, values.size());
-        }
-        hashes.push_back(hash);
-        values.push_back(std::move(value));
+    std::size_t FindInIndex(std::uint64_t hash) const {
+        if (!index) BuildIndex();
+        const auto found = index->lower_bound({hash, 0});
+        return found != index->end() && found->first == hash ? found->second : kNone;
+    }
+
+    bool AppendHash(std::uint64_t hash, V&& value) {
+        if (entries.size() >= limit) return false;
+        Reserve(1);
+        if (index) AddToIndex(*index, hash, entries.size());
+        entries.push_back({hash, std::move(value)});
         return true;
     }
 
@@ -125,16 +125,15 @@ private:
         if (hash != kNameless) into.insert({hash, static_cast<std::uint32_t>(position)});
     }
 
-    void BuildIndex() {
+    void BuildIndex() const {
         auto built = std::make_unique<Index>();
-        for (std::size_t i = 0; i < hashes.size(); ++i) AddToIndex(*built, hashes[i], i);
+        for (std::size_t i = 0; i < entries.size(); ++i) AddToIndex(*built, entries[i].hash, i);
         index = std::move(built);
     }
 
     const std::size_t limit;
-    std::vector<std::uint64_t> hashes;
-    std::vector<V> values;
-    std::unique_ptr<Index> index;  // by hash, then by position; none while the map is small
+    std::vector<Entry> entries;
+    mutable std::unique_ptr<Index> index;  // by hash, then by position; none until it is needed
 };
 
 }  // namespace qdvm

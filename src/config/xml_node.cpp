@@ -3,7 +3,7 @@
 #include "platform/letter_case.h"
 
 #include <algorithm>
-#include <iterator>
+#include <new>
 #include <utility>
 
 namespace qdvm::XMLParse {
@@ -42,28 +42,23 @@ bool HasEmptyStep(std::u16string_view path) {
 
 }  // namespace
 
-XMLNodePtr::XMLNodePtr(CoXMLNode* held) : node(held) {
-    if (node != nullptr) (void)node->AddRef();
-}
-
-XMLNodePtr::XMLNodePtr(const XMLNodePtr& other) : XMLNodePtr(other.node) {}
-
-XMLNodePtr::XMLNodePtr(XMLNodePtr&& other) noexcept : node(std::exchange(other.node, nullptr)) {}
-
-XMLNodePtr::~XMLNodePtr() {
-    if (node != nullptr) (void)node->Release();
-}
-
-XMLNodePtr& XMLNodePtr::operator=(XMLNodePtr other) noexcept {
-    std::swap(node, other.node);
-    return *this;
-}
-
-XMLNodeImpl* XMLNodePtr::operator->() const { return node; }
-
-XMLNodePtr CreateNode(std::u16string_view name) {
-    const auto made = Ref<CoXMLNode>::Adopt(new CoXMLNode(name, false));
-    return XMLNodePtr(made.Get());
+XMLNodePtr CoXMLNode::Make(std::u16string_view content, bool textNode,
+                           std::u16string_view attributeText, std::span<const AttrPair> pairs) {
+    static_assert(sizeof(CoXMLNode) % alignof(AttrPair) == 0);
+    const std::size_t characters = content.size() + attributeText.size();
+    void* const memory =
+        ::operator new(sizeof(CoXMLNode) + pairs.size_bytes() + characters * sizeof(char16_t));
+    auto* const keptPairs = reinterpret_cast<AttrPair*>(static_cast<CoXMLNode*>(memory) + 1);
+    auto* const kept = reinterpret_cast<char16_t*>(keptPairs + pairs.size());
+    auto* const keptText = std::copy(content.begin(), content.end(), kept);
+    std::copy(attributeText.begin(), attributeText.end(), keptText);
+    const auto keptView = [&](std::u16string_view text) {
+        return std::u16string_view(keptText + (text.data() - attributeText.data()), text.size());
+    };
+    for (std::size_t i = 0; i < pairs.size(); ++i)
+        ::new (keptPairs + i) AttrPair{keptView(pairs[i].name), keptView(pairs[i].value)};
+    return XMLNodePtr::Adopt(
+        ::new (memory) CoXMLNode({kept, content.size()}, textNode, {keptPairs, pairs.size()}));
 }
 
 void CoXMLNode::OnLastRelease() {
@@ -81,19 +76,20 @@ void CoXMLNode::OnLastRelease() {
     isDeleting = false;
 }
 
-XMLNodeImpl::~XMLNodeImpl() { Abandon(children.Take()); }
+XMLNodeImpl::~XMLNodeImpl() { AbandonAll(children.Take()); }
 
 // Nodes that others still hold must not walk up to a parent that they have lost.
-void XMLNodeImpl::Abandon(const std::vector<XMLNodePtr>& orphans) const {
-    for (const XMLNodePtr& child : orphans) {
-        auto* expected = const_cast<XMLNodeImpl*>(this);
-        (void)child->parent.compare_exchange_strong(expected, nullptr);
-    }
+void XMLNodeImpl::Abandon(const XMLNodePtr& orphan) const {
+    if (orphan->parent.load(std::memory_order_relaxed) == this)
+        orphan->parent.store(nullptr, std::memory_order_release);
+}
+
+void XMLNodeImpl::AbandonAll(const std::vector<ChildMap::Entry>& orphans) const {
+    for (const auto& [hash, child] : orphans) Abandon(child);
 }
 
 XMLNodePtr XMLNodeImpl::NewChild(std::u16string_view content, bool textNode) {
-    const auto made = Ref<CoXMLNode>::Adopt(new CoXMLNode(content, textNode));
-    XMLNodePtr child(made.Get());
+    XMLNodePtr child = CoXMLNode::Make(content, textNode);
     child->parent = this;
     return child;
 }
@@ -142,6 +138,19 @@ XMLNodePtr XMLNodeImpl::AppendElement(std::u16string_view newName) {
     return children.Append(newName, child) ? child : nullptr;
 }
 
+bool XMLNodeImpl::AppendNew(std::span<XMLNodePtr> made) {
+    SynchroGuard guard(childrenLock, Access::Write);
+    if (isText || made.size() > kMostChildren - children.Size()) return false;
+    children.Reserve(made.size());
+    for (XMLNodePtr& child : made) {
+        XMLNodeImpl& node = *child;
+        node.parent = this;
+        (void)(node.isText ? children.AppendNameless(std::move(child))
+                           : children.Append(node.label.View(), std::move(child)));
+    }
+    return true;
+}
+
 bool XMLNodeImpl::RemoveChild(std::u16string_view path) {
     const XMLNodePtr child = Child(path);
     if (!child) return false;
@@ -157,7 +166,7 @@ bool XMLNodeImpl::RemoveChildNode(const XMLNodeImpl& child) {
 bool XMLNodeImpl::RemoveChildAt(std::size_t position) {
     SynchroGuard guard(childrenLock, Access::Write);
     if (position >= children.Size()) return false;
-    Abandon({children.At(position)});
+    Abandon(children.At(position));
     children.RemoveAt(position);
     MergeTextsAt(position);
     return true;
@@ -169,7 +178,7 @@ void XMLNodeImpl::MergeTextsAt(std::size_t position) {
     const XMLNodePtr behind = children.At(position);
     if (!before->IsText() || !behind->IsText()) return;
     before->AppendText(behind->Text());
-    Abandon({behind});
+    Abandon(behind);
     children.RemoveAt(position);
 }
 
@@ -180,10 +189,10 @@ std::size_t XMLNodeImpl::PositionOf(const XMLNodeImpl& child) const {
 }
 
 void XMLNodeImpl::ClearChildren() {
-    std::vector<XMLNodePtr> released;
+    std::vector<ChildMap::Entry> released;
     SynchroGuard guard(childrenLock, Access::Write);
     released = children.Take();
-    Abandon(released);
+    AbandonAll(released);
 }
 
 void XMLNodeImpl::Clear(bool clearName) {
@@ -198,7 +207,7 @@ XMLNodePtr XMLNodeImpl::Parent() const {
 
 std::u16string XMLNodeImpl::Text() const {
     SynchroGuard guard(childrenLock, Access::Read);
-    return label;
+    return std::u16string(label.View());
 }
 
 std::u16string XMLNodeImpl::Name() const { return isText ? std::u16string() : Text(); }
@@ -214,7 +223,7 @@ void XMLNodeImpl::Rename(std::u16string_view newName) {
     const XMLNodePtr above = Parent();
     SynchroGuard outer(above ? &above->childrenLock : nullptr, Access::Write);
     SynchroGuard inner(childrenLock, Access::Write);
-    label = newName;
+    label = KeptText(newName);
     if (!above) return;
     const std::size_t position = above->PositionOf(*this);
     if (position != ChildMap::kNone) above->children.Rename(position, newName);
@@ -222,8 +231,8 @@ void XMLNodeImpl::Rename(std::u16string_view newName) {
 
 XMLNodePtr XMLNodeImpl::FirstText() const {
     const auto found = std::find_if(children.begin(), children.end(),
-                                    [](const XMLNodePtr& child) { return child->isText; });
-    return found != children.end() ? *found : nullptr;
+                                    [](const auto& entry) { return entry.value->isText; });
+    return found != children.end() ? found->value : nullptr;
 }
 
 std::u16string XMLNodeImpl::Value() const {
@@ -237,7 +246,7 @@ void XMLNodeImpl::SetValue(std::u16string_view value) {
     SynchroGuard guard(childrenLock, Access::Write);
     if (const XMLNodePtr text = FirstText()) {
         SynchroGuard inner(text->childrenLock, Access::Write);
-        text->label = value;
+        text->label = KeptText(value);
     } else {
         (void)children.AppendNameless(NewChild(value, true));
     }
@@ -245,7 +254,7 @@ void XMLNodeImpl::SetValue(std::u16string_view value) {
 
 void XMLNodeImpl::AppendText(std::u16string_view more) {
     SynchroGuard guard(childrenLock, Access::Write);
-    label.append(more);
+    label = KeptText(std::u16string(label.View()).append(more));
 }
 
 void XMLNodeImpl::AddText(std::u16string_view more) {
@@ -261,17 +270,19 @@ void XMLNodeImpl::AddText(std::u16string_view more) {
 bool XMLNodeImpl::IsVisible(const XMLNodePtr& child) {
     if (child->isText) return false;
     SynchroGuard guard(child->childrenLock, Access::Read);
-    return !EqualsIgnoringCase(child->label, kAttributesInfo);
+    return !EqualsIgnoringCase(child->label.View(), kAttributesInfo);
 }
 
 std::size_t XMLNodeImpl::ChildCount() const {
     SynchroGuard guard(childrenLock, Access::Read);
-    return static_cast<std::size_t>(std::count_if(children.begin(), children.end(), IsVisible));
+    return static_cast<std::size_t>(
+        std::count_if(children.begin(), children.end(),
+                      [](const auto& entry) { return IsVisible(entry.value); }));
 }
 
 XMLNodePtr XMLNodeImpl::ChildAt(std::size_t index) const {
     SynchroGuard guard(childrenLock, Access::Read);
-    for (const XMLNodePtr& child : children)
+    for (const auto& [hash, child] : children)
         if (IsVisible(child) && index-- == 0) return child;
     return nullptr;
 }
@@ -279,13 +290,18 @@ XMLNodePtr XMLNodeImpl::ChildAt(std::size_t index) const {
 std::vector<XMLNodePtr> XMLNodeImpl::Elements() const {
     SynchroGuard guard(childrenLock, Access::Read);
     std::vector<XMLNodePtr> seen;
-    std::copy_if(children.begin(), children.end(), std::back_inserter(seen), IsVisible);
+    seen.reserve(children.Size());
+    for (const auto& [hash, child] : children)
+        if (IsVisible(child)) seen.push_back(child);
     return seen;
 }
 
 std::vector<XMLNodePtr> XMLNodeImpl::Children() const {
     SynchroGuard guard(childrenLock, Access::Read);
-    return {children.begin(), children.end()};
+    std::vector<XMLNodePtr> all;
+    all.reserve(children.Size());
+    for (const auto& [hash, child] : children) all.push_back(child);
+    return all;
 }
 
 std::u16string XMLNodeImpl::Path(const XMLNodeImpl* ancestor) const {

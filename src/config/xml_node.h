@@ -17,6 +17,7 @@
 //
 // The operations report by a null reference, false or a default; only failure of memory throws.
 
+#include "config/attribute_pairs.h"
 #include "config/node_interfaces.h"
 #include "config/object_value.h"
 #include "config/objects_map.h"
@@ -30,6 +31,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace qdvm::XMLParse {
@@ -52,9 +54,16 @@ public:
 
     // Borrowed, for calls as an interface.
     CoXMLNode* Get() const { return node; }
-    XMLNodeImpl* operator->() const;
-    XMLNodeImpl& operator*() const { return *operator->(); }
+    XMLNodeImpl* operator->() const { return &operator*(); }
+    XMLNodeImpl& operator*() const;
     explicit operator bool() const { return node != nullptr; }
+
+    // Takes over a reference that the caller holds.
+    static XMLNodePtr Adopt(CoXMLNode* held) {
+        XMLNodePtr adopted;
+        adopted.node = held;
+        return adopted;
+    }
 
     friend bool operator==(const XMLNodePtr& a, const XMLNodePtr& b) { return a.node == b.node; }
     friend bool operator==(const XMLNodePtr& a, std::nullptr_t) { return a.node == nullptr; }
@@ -64,14 +73,8 @@ private:
 };
 
 struct XMLAttribute {
-    std::u16string name;
+    KeptText name;
     ObjectVal value;
-};
-
-// One as it stands in a document.
-struct AttrPair {
-    std::u16string_view name;
-    std::u16string_view value;
 };
 
 // What happens to attributes that exist when others are copied or read in.
@@ -105,6 +108,10 @@ public:
 
     // The same for one name, in which "::" has no meaning and which may be empty.
     XMLNodePtr AppendElement(std::u16string_view newName);
+
+    // New nodes, which nobody else knows, become the last children. False if there is no room for
+    // all of them; then none does.
+    bool AppendNew(std::span<XMLNodePtr> made);
 
     // False if the path is empty or leads nowhere.
     bool RemoveChild(std::u16string_view path);
@@ -198,7 +205,11 @@ public:
     template <class Visit>
     void VisitAttributes(Visit&& visit) {
         SynchroGuard guard(attributeLock, SynchroGuard::Access::Read);
-        for (XMLAttribute& attribute : attributes) visit(attribute.name, attribute.value.AsText());
+        if (IsAsWritten())
+            for (const auto& [name, text] : writtenAttributes) visit(name, text);
+        else
+            for (auto& [hash, attribute] : AttributesByName())
+                visit(attribute.name.View(), attribute.value.AsText());
     }
 
     // --- copies ---
@@ -211,7 +222,9 @@ public:
     std::int32_t CopyAttrsTo(const XMLNodePtr& target, AttrMode mode) const;
 
 protected:
-    XMLNodeImpl(std::u16string_view content, bool textNode) : label(content), isText(textNode) {}
+    // The texts are kept for the node by its maker.
+    XMLNodeImpl(std::u16string_view content, bool textNode, std::span<const AttrPair> pairs)
+        : label(KeptText::Borrow(content)), writtenAttributes(pairs), isText(textNode) {}
     ~XMLNodeImpl();
 
     // For a node without references, which has left its tree.
@@ -228,7 +241,8 @@ private:
     XMLNodePtr NewChild(std::u16string_view content, bool textNode);
     void AppendText(std::u16string_view more);
     void Rename(std::u16string_view newName);
-    void Abandon(const std::vector<XMLNodePtr>& orphans) const;
+    void Abandon(const XMLNodePtr& orphan) const;
+    void AbandonAll(const std::vector<ChildMap::Entry>& orphans) const;
     static bool IsVisible(const XMLNodePtr& child);
 
     // With childrenLock held.
@@ -236,11 +250,19 @@ private:
     void MergeTextsAt(std::size_t position);
     std::size_t PositionOf(const XMLNodeImpl& child) const;
 
+    // With attributeLock held. What the node was made with comes to the map when somebody asks for
+    // the first time.
+    AttributeMap& AttributesByName() const;
+
+    // Whether that hasn't happened yet, and wouldn't change a thing: no name comes twice.
+    bool IsAsWritten() const;
+
     template <class T, class Read>
     T ReadAttr(std::u16string_view path, T missing, bool* found, Read&& read);
 
-    std::u16string label;  // an element's name, a text node's text; under childrenLock
-    AttributeMap attributes{kMostAttributes};
+    KeptText label;  // an element's name, a text node's text; under childrenLock
+    mutable std::span<const AttrPair> writtenAttributes;  // that the map doesn't have yet
+    mutable AttributeMap attributes{kMostAttributes};
     ChildMap children{kMostChildren};
     mutable CRWSynchroLiteCS attributeLock;
     const bool isText;
@@ -252,9 +274,17 @@ private:
 // to IQNode and IQAttributes.
 class CoXMLNode final : public XMLNodeImpl, public ObjectRoot<IQNode> {
 public:
-    CoXMLNode(std::u16string_view content, bool textNode) : XMLNodeImpl(content, textNode) {}
+    // A node without a parent. Attributes are views of attributeText; of two of one name the later
+    // value counts.
+    static XMLNodePtr Make(std::u16string_view content, bool textNode,
+                           std::u16string_view attributeText = {},
+                           std::span<const AttrPair> pairs = {});
+
+    // What a node is made with stands behind it in the same block of memory.
+    static void operator delete(void* memory) { ::operator delete(memory); }
 
 private:
+    using XMLNodeImpl::XMLNodeImpl;
     ~CoXMLNode() override = default;
 
     // Deletes nodes one after the other rather than inside each other's destructors, so that the
@@ -306,6 +336,26 @@ private:
 };
 
 // A new root element.
-XMLNodePtr CreateNode(std::u16string_view name);
+inline XMLNodePtr CreateNode(std::u16string_view name) { return CoXMLNode::Make(name, false); }
+
+inline XMLNodePtr::XMLNodePtr(CoXMLNode* held) : node(held) {
+    if (node != nullptr) (void)node->AddRef();
+}
+
+inline XMLNodePtr::XMLNodePtr(const XMLNodePtr& other) : XMLNodePtr(other.node) {}
+
+inline XMLNodePtr::XMLNodePtr(XMLNodePtr&& other) noexcept
+    : node(std::exchange(other.node, nullptr)) {}
+
+inline XMLNodePtr::~XMLNodePtr() {
+    if (node != nullptr) (void)node->Release();
+}
+
+inline XMLNodePtr& XMLNodePtr::operator=(XMLNodePtr other) noexcept {
+    std::swap(node, other.node);
+    return *this;
+}
+
+inline XMLNodeImpl& XMLNodePtr::operator*() const { return *node; }
 
 }  // namespace qdvm::XMLParse

@@ -9,6 +9,31 @@ using Access = SynchroGuard::Access;
 
 }  // namespace
 
+XMLNodeImpl::AttributeMap& XMLNodeImpl::AttributesByName() const {
+    if (writtenAttributes.empty()) return attributes;
+    attributes.Reserve(writtenAttributes.size());
+    for (const AttrPair& pair : writtenAttributes) {
+        ObjectVal value(KeptText::Borrow(pair.value));
+        const auto [position, isNew] = attributes.FindOrAppend(pair.name, [&] {
+            return XMLAttribute{KeptText::Borrow(pair.name), std::move(value)};
+        });
+        if (!isNew && position != AttributeMap::kNone)
+            attributes.At(position).value = std::move(value);
+    }
+    writtenAttributes = {};
+    return attributes;
+}
+
+bool XMLNodeImpl::IsAsWritten() const {
+    constexpr std::size_t kFewEnough = 16;
+    const auto& written = writtenAttributes;
+    if (written.empty() || written.size() > kFewEnough) return false;
+    for (auto one = written.begin(); one != written.end(); ++one)
+        for (auto other = written.begin(); other != one; ++other)
+            if (IsSameName(one->name, other->name)) return false;
+    return true;
+}
+
 template <class T, class Read>
 T XMLNodeImpl::ReadAttr(std::u16string_view path, T missing, bool* found, Read&& read) {
     if (found != nullptr) *found = false;
@@ -16,10 +41,11 @@ T XMLNodeImpl::ReadAttr(std::u16string_view path, T missing, bool* found, Read&&
     const XMLNodePtr node = Resolve(path, &attrName, false);
     if (!node || path.empty()) return missing;
     SynchroGuard guard(node->attributeLock, Access::Write);
-    const std::size_t position = node->attributes.Find(attrName);
+    AttributeMap& map = node->AttributesByName();
+    const std::size_t position = map.Find(attrName);
     if (position == AttributeMap::kNone) return missing;
     if (found != nullptr) *found = true;
-    return read(node->attributes.At(position).value);
+    return read(map.At(position).value);
 }
 
 bool XMLNodeImpl::HasAttr(std::u16string_view path) {
@@ -34,7 +60,7 @@ std::optional<ObjectVal> XMLNodeImpl::GetAttr(std::u16string_view path) {
 std::u16string XMLNodeImpl::GetString(std::u16string_view path, std::u16string_view missing,
                                       bool* found) {
     return ReadAttr(path, std::u16string(missing), found,
-                    [](ObjectVal& value) { return value.AsText(); });
+                    [](ObjectVal& value) { return std::u16string(value.AsText()); });
 }
 
 bool XMLNodeImpl::GetBool(std::u16string_view path, bool missing, bool* found) {
@@ -66,8 +92,8 @@ bool XMLNodeImpl::SetAttr(std::u16string_view path, ObjectVal value, bool create
 bool XMLNodeImpl::PutAttr(std::u16string_view attrName, ObjectVal value, bool update) {
     if (isText) return false;
     SynchroGuard guard(attributeLock, Access::Write);
-    const auto [position, isNew] = attributes.FindOrAppend(attrName, [&] {
-        return XMLAttribute{std::u16string(attrName), std::move(value)};
+    const auto [position, isNew] = AttributesByName().FindOrAppend(attrName, [&] {
+        return XMLAttribute{KeptText(attrName), std::move(value)};
     });
     if (position == AttributeMap::kNone) return false;
     if (isNew) return true;
@@ -78,13 +104,14 @@ bool XMLNodeImpl::PutAttr(std::u16string_view attrName, ObjectVal value, bool up
 void XMLNodeImpl::PutAttrs(std::span<const AttrPair> texts, bool update) {
     if (isText || texts.empty()) return;
     SynchroGuard guard(attributeLock, Access::Write);
-    attributes.Reserve(attributes.Size() + texts.size());
+    AttributeMap& map = AttributesByName();
+    map.Reserve(texts.size());
     for (const AttrPair& text : texts) {
-        const auto [position, isNew] = attributes.FindOrAppend(text.name, [&] {
-            return XMLAttribute{std::u16string(text.name), ObjectVal(text.value)};
+        const auto [position, isNew] = map.FindOrAppend(text.name, [&] {
+            return XMLAttribute{KeptText(text.name), ObjectVal(text.value)};
         });
         if (position == AttributeMap::kNone) return;
-        if (!isNew && update) attributes.At(position).value.SetText(text.value);
+        if (!isNew && update) map.At(position).value = ObjectVal(text.value);
     }
 }
 
@@ -93,31 +120,40 @@ bool XMLNodeImpl::RemoveAttr(std::u16string_view path) {
     const XMLNodePtr node = Resolve(path, &attrName, false);
     if (!node || path.empty()) return false;
     SynchroGuard guard(node->attributeLock, Access::Write);
-    const std::size_t position = node->attributes.Find(attrName);
+    AttributeMap& map = node->AttributesByName();
+    const std::size_t position = map.Find(attrName);
     if (position == AttributeMap::kNone) return false;
-    node->attributes.RemoveAt(position);
+    map.RemoveAt(position);
     return true;
 }
 
 void XMLNodeImpl::ClearAttrs() {
     SynchroGuard guard(attributeLock, Access::Write);
     attributes.Clear();
+    writtenAttributes = {};
 }
 
 std::size_t XMLNodeImpl::AttrCount() const {
     SynchroGuard guard(attributeLock, Access::Read);
-    return attributes.Size();
+    return AttributesByName().Size();
 }
 
 std::optional<XMLNodeImpl::NamedText> XMLNodeImpl::AttrAt(std::size_t index) {
     SynchroGuard guard(attributeLock, Access::Write);
-    if (index >= attributes.Size()) return std::nullopt;
-    return NamedText{attributes.At(index).name, attributes.At(index).value.AsText()};
+    AttributeMap& map = AttributesByName();
+    if (index >= map.Size()) return std::nullopt;
+    XMLAttribute& attribute = map.At(index);
+    return NamedText{std::u16string(attribute.name.View()),
+                     std::u16string(attribute.value.AsText())};
 }
 
 std::vector<XMLAttribute> XMLNodeImpl::Attributes() const {
     SynchroGuard guard(attributeLock, Access::Read);
-    return {attributes.begin(), attributes.end()};
+    std::vector<XMLAttribute> all;
+    const AttributeMap& map = AttributesByName();
+    all.reserve(map.Size());
+    for (const auto& [hash, attribute] : map) all.push_back(attribute);
+    return all;
 }
 
 std::int32_t XMLNodeImpl::CopyAttrsTo(const XMLNodePtr& target, AttrMode mode) const {
@@ -125,7 +161,8 @@ std::int32_t XMLNodeImpl::CopyAttrsTo(const XMLNodePtr& target, AttrMode mode) c
     std::vector<XMLAttribute> copied = Attributes();
     if (mode == AttrMode::Replace) target->ClearAttrs();
     for (XMLAttribute& attribute : copied)
-        (void)target->PutAttr(attribute.name, std::move(attribute.value), mode == AttrMode::Update);
+        (void)target->PutAttr(attribute.name.View(), std::move(attribute.value),
+                              mode == AttrMode::Update);
     return static_cast<std::int32_t>(copied.size());
 }
 

@@ -5,6 +5,7 @@
 #include "config/xml_scanner.h"
 #include "config/xml_text.h"
 #include "platform/file.h"
+#include "platform/text.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -15,136 +16,135 @@
 namespace qdvm::XMLParse {
 namespace {
 
-std::size_t SkipFullSpace(std::u16string_view text, std::size_t at) {
-    while (at < text.size() && IsFullSpace(text[at])) ++at;
-    return at;
-}
-
-// The value at `at`, which moves behind it.
-std::u16string_view TakeValue(std::u16string_view text, std::size_t& at) {
-    std::size_t start = at;
-    if (text[at] == u'\'' || text[at] == u'"') {
-        const std::size_t closing = text.find(text[at], ++start);
-        const std::size_t end = std::min(closing, text.size());
-        at = closing < text.size() ? closing + 1 : text.size();
-        return text.substr(start, end - start);
-    }
-    while (at < text.size() && !IsFullSpace(text[at])) ++at;
-    return text.substr(start, at - start);
-}
-
-void ReadPairs(std::u16string_view text, std::vector<AttrPair>& pairs) {
-    pairs.clear();
-    std::size_t at = 0;
-    while ((at = SkipFullSpace(text, at)) < text.size()) {
-        const std::size_t start = at;
-        while (at < text.size() && text[at] != u'=' && !IsFullSpace(text[at])) ++at;
-        const std::u16string_view key = text.substr(start, at - start);
-        at = SkipFullSpace(text, at);
-        if (at == text.size() || text[at] != u'=') continue;
-        at = SkipFullSpace(text, at + 1);
-        if (at == text.size()) break;
-        pairs.push_back({key, TakeValue(text, at)});
-    }
-}
-
-// One run over a document, with the open elements from the outermost to the innermost.
+// One run over a document. Elements are made outside of the tree, and what is in one is given to it
+// when it ends.
 class Reader {
 public:
-    Reader(std::u16string_view document, std::size_t end) : text(document), limit(end) {}
+    explicit Reader(std::u16string_view document) : text(document) {}
 
     HRESULT Read(const XMLNodePtr& root) {
-        Tag tag;
-        if (!TakeFirstTag(tag)) return E_INVALIDARG;
+        if (!TakeFirstTag()) return E_INVALIDARG;
         (void)root->SetName(tag.name);
         if (tag.kind == TagKind::CharacterData) {
             root->AddText(DecodeText(tag.contents));
             return S_OK;
         }
-        AddAttributes(root, tag);
-        if (tag.kind == TagKind::Opening) open.push_back({root, tag.name});
-        while (!open.empty() && position < limit)
-            if (!ReadPart()) return E_UNEXPECTED;
-        return S_OK;
+        root->PutAttrs(tag.pairs, true);
+        if (tag.kind == TagKind::Opening) Open(*root);
+        while (!open.empty() && position < text.size()) ReadPart();
+        while (!open.empty()) Close();
+        return isWhole ? S_OK : E_UNEXPECTED;
     }
 
     std::size_t Position() const { return position; }
 
 private:
     struct Element {
-        XMLNodePtr node;
-        std::u16string name;
+        XMLNodeImpl* node;       // what takes its contents
+        std::size_t firstChild;  // in `made`
+        std::size_t nameStart;   // in `names`
     };
 
-    bool TakeFirstTag(Tag& tag) {
+    bool TakeFirstTag() {
         do {
-            std::size_t behind = limit;
+            std::size_t behind = text.size();
             if (!NextTag(text, position, behind, tag)) return false;
             position = behind;
         } while (tag.kind == TagKind::Closing);
         return true;
     }
 
-    void AddAttributes(const XMLNodePtr& node, const Tag& tag) {
-        if (tag.contents.empty()) return;
-        ReadPairs(tag.contents, pairs);
-        node->PutAttrs(pairs, true);
-    }
-
-    // The next tag with the text in front of it. False if a node can't be made.
-    bool ReadPart() {
-        Tag tag;
-        std::size_t behind = limit;
+    // The next tag with the text in front of it.
+    void ReadPart() {
+        std::size_t behind = text.size();
         const bool hasTag = NextTag(text, position, behind, tag);
-        if (!hasTag && behind != limit) {
-            position = behind;
-            return true;
-        }
-        ReadText(hasTag ? tag.start : limit);
+        const bool isSkipped = !hasTag && behind != text.size();
+        if (!isSkipped) ReadText(hasTag ? tag.start : text.size());
         position = behind;
-        return !hasTag || ReadTag(tag);
+        if (hasTag) ReadTag();
     }
 
     void ReadText(std::size_t end) {
         const std::u16string_view found = TrimLineSpace(text.substr(position, end - position));
-        if (!found.empty()) open.back().node->AddText(DecodeText(found));
+        if (!found.empty()) pendingText += DecodeText(found);
     }
 
-    bool ReadTag(const Tag& tag) {
+    void ReadTag() {
         switch (tag.kind) {
             case TagKind::Closing:
-                if (tag.name == open.back().name) open.pop_back();
-                return true;
+                if (tag.name == InnermostName()) Close();
+                break;
             case TagKind::CharacterData:
-                open.back().node->AddText(DecodeText(tag.contents));
-                return true;
+                pendingText += DecodeText(tag.contents);
+                break;
             case TagKind::Empty:
             case TagKind::Opening:
+                ReadElement();
                 break;
         }
-        XMLNodePtr child = open.back().node->AppendElement(tag.name);
-        if (!child) return false;
-        AddAttributes(child, tag);
-        if (tag.kind != TagKind::Opening) return true;
-        // Too deep, it takes part in the matching of tags only.
-        if (open.size() >= kMostNesting) child = open.back().node;
-        open.push_back({std::move(child), tag.name});
-        return true;
+    }
+
+    void ReadElement() {
+        EndText();
+        made.push_back(CoXMLNode::Make(tag.name, false, tag.contents, tag.pairs));
+        if (tag.kind == TagKind::Opening) Open(*made.back());
+    }
+
+    // One that is too deep takes part in the matching of tags only.
+    void Open(XMLNodeImpl& node) {
+        const bool isTooDeep = open.size() >= kMostNesting;
+        open.push_back({isTooDeep ? nullptr : &node, made.size(), names.size()});
+        names += tag.name;
+    }
+
+    std::u16string_view InnermostName() const {
+        return std::u16string_view(names).substr(open.back().nameStart);
+    }
+
+    void Close() {
+        const Element& element = open.back();
+        if (element.node != nullptr) {
+            EndText();
+            const auto children = std::span(made).subspan(element.firstChild);
+            isWhole = element.node->AppendNew(children) && isWhole;
+            made.resize(element.firstChild);
+        }
+        names.resize(element.nameStart);
+        open.pop_back();
+    }
+
+    void EndText() {
+        if (pendingText.empty()) return;
+        made.push_back(CoXMLNode::Make(pendingText, true));
+        pendingText.clear();
     }
 
     const std::u16string_view text;
-    const std::size_t limit;
     std::size_t position = 0;
-    std::vector<Element> open;
-    std::vector<AttrPair> pairs;  // of the present tag
+    bool isWhole = true;
+    std::vector<Element> open;     // from the outermost to the innermost
+    std::vector<XMLNodePtr> made;  // the contents so far of all that are open
+    std::u16string names;          // of all that are open
+    std::u16string pendingText;    // of the innermost, behind all that is made
+    Tag tag;
 };
 
-std::u16string_view UpToZero(std::u16string_view text) { return text.substr(0, text.find(u'\0')); }
+std::u16string_view UpToZero(std::u16string_view text) {
+    return text.substr(0, FindUnit(text, u'\0'));
+}
+
+// The next opening mark, found by its second character: of all in a document that is a rare one.
+std::size_t FindMark(std::u16string_view text, std::u16string_view mark, std::size_t from) {
+    std::size_t second = FindUnit(text, mark[1], from + 1);
+    while (second != std::u16string_view::npos && text.substr(second - 1, mark.size()) != mark)
+        second = FindUnit(text, mark[1], second + 1);
+    return second != std::u16string_view::npos ? second - 1 : second;
+}
 
 // Takes out all spans from an opening mark to its closing mark; one that isn't closed goes on to
 // the end.
 void Strip(std::u16string& text, std::u16string_view opening, std::u16string_view closing) {
-    std::size_t start = text.find(opening);
+    std::size_t start = FindMark(text, opening, 0);
     if (start == std::u16string::npos) return;
     std::u16string kept;
     std::size_t from = 0;
@@ -152,24 +152,27 @@ void Strip(std::u16string& text, std::u16string_view opening, std::u16string_vie
         kept.append(text, from, start - from);
         const std::size_t end = text.find(closing, start + opening.size());
         from = end == std::u16string::npos ? text.size() : end + closing.size();
-        start = text.find(opening, from);
+        start = FindMark(text, opening, from);
     }
     kept.append(text, from);
     text = std::move(kept);
+}
+
+HRESULT ParseDocument(const XMLNodePtr& node, std::u16string_view document, std::size_t* end) {
+    node->ClearAttrs();
+    node->ClearChildren();
+    Reader reader(document);
+    const HRESULT result = reader.Read(node);
+    if (end) *end = reader.Position();
+    return result;
 }
 
 }  // namespace
 
 HRESULT Parse(const XMLNodePtr& node, std::optional<std::u16string_view> text, std::size_t* end) {
     if (!text) return E_INVALIDARG;
-    node->ClearAttrs();
-    node->ClearChildren();
     const std::u16string_view document = UpToZero(*text);
-    const std::size_t limit = end ? std::min(*end, document.size()) : document.size();
-    Reader reader(document.substr(0, limit), limit);
-    const HRESULT result = reader.Read(node);
-    if (end) *end = reader.Position();
-    return result;
+    return ParseDocument(node, document.substr(0, end ? *end : document.size()), end);
 }
 
 bool ParseAttributes(const XMLNodePtr& node, std::u16string_view text, AttrMode mode,
@@ -191,7 +194,7 @@ HRESULT ParseBytes(const XMLNodePtr& node, std::span<const std::uint8_t> bytes) 
     text.resize(UpToZero(text).size());
     Strip(text, u"<!--", u"-->");
     Strip(text, u"<?", u"?>");
-    return Parse(node, text);
+    return ParseDocument(node, text, nullptr);
 }
 
 HRESULT ParseFile(const XMLNodePtr& node, std::u16string_view path) {

@@ -3,6 +3,7 @@
 #include "platform/letter_case.h"
 
 #include <algorithm>
+#include <array>
 
 namespace qdvm::XMLParse {
 namespace {
@@ -10,8 +11,18 @@ namespace {
 constexpr std::size_t kNone = std::u16string_view::npos;
 
 bool IsNameEnd(char16_t unit) {
-    constexpr std::u16string_view kDelimiters = u";,<>/\\=";
-    return IsFullSpace(unit) || kDelimiters.find(unit) != kNone;
+    switch (unit) {
+        case u';':
+        case u',':
+        case u'<':
+        case u'>':
+        case u'/':
+        case u'\\':
+        case u'=':
+            return true;
+        default:
+            return IsFullSpace(unit);
+    }
 }
 
 template <class IsSpace>
@@ -23,8 +34,10 @@ std::u16string_view Trim(std::u16string_view text, IsSpace isSpace) {
     return text.substr(start, end - start);
 }
 
+// For an `at` inside of the text.
 bool StartsAt(std::u16string_view text, std::size_t at, std::u16string_view what) {
-    return text.substr(std::min(at, text.size()), what.size()) == what;
+    return text[at] == what[0] && at + 1 < text.size() && text[at + 1] == what[1] &&
+           text.substr(at, what.size()) == what;
 }
 
 // The "<" of the next tag, kNone if there is none.
@@ -45,13 +58,11 @@ std::size_t FindTagStart(std::u16string_view text, std::size_t from, std::size_t
 // tag. kNone if there is none before the limit.
 std::size_t FindTagEnd(std::u16string_view text, std::size_t start, std::size_t limit) {
     constexpr std::size_t kCommentMark = 4;
-    char16_t quote = 0;
     for (std::size_t at = start + 1; at < limit; ++at) {
         const char16_t unit = text[at];
-        if (quote != 0) {
-            if (unit == quote) quote = 0;
-        } else if (unit == u'"' || unit == u'\'') {
-            quote = unit;
+        if (unit == u'"' || unit == u'\'') {
+            do ++at;
+            while (at < limit && text[at] != unit);
         } else if (unit == u'>') {
             const bool endsComment =
                 at >= start + kCommentMark + 2 && text[at - 1] == u'-' && text[at - 2] == u'-';
@@ -82,6 +93,11 @@ void ReadCharacterData(std::u16string_view text, std::size_t nameStart, std::siz
     limit = closing + kClosing.size();
 }
 
+void SetLowered(std::u16string& name, std::u16string_view written) {
+    name = written;
+    for (char16_t& unit : name) unit = ToLower(unit);
+}
+
 void ReadAttributeText(std::u16string_view between, Tag& tag) {
     tag.contents = TrimFullSpace(between);
     tag.kind = TagKind::Opening;
@@ -90,6 +106,49 @@ void ReadAttributeText(std::u16string_view between, Tag& tag) {
         tag.contents = TrimFullSpace(tag.contents.substr(0, tag.contents.size() - 1));
     }
     if (tag.contents.size() == 1) tag.contents = {};
+    ReadPairs(tag.contents, tag.pairs);
+}
+
+// Characters that mean nothing to any rule.
+constexpr auto kPlain = [] {
+    std::array<bool, 0x80> table{};
+    for (char16_t unit = 0; unit < table.size(); ++unit)
+        table[unit] = (unit >= u'a' && unit <= u'z') || (unit >= u'A' && unit <= u'Z') ||
+                      (unit >= u'0' && unit <= u'9') || unit == u'-' || unit == u'_';
+    return table;
+}();
+
+bool IsPlain(char16_t unit) { return unit < kPlain.size() && kPlain[unit]; }
+
+// Reads a plain tag from its name on, and tells whether it is one: keys of plain characters with
+// quoted values, or a name alone. The search for the end of a tag and the reading of its attributes
+// take such a tag apart in the same way, so that one walk along it does for both.
+bool ReadPlainTag(Cursor& cursor, bool isClosing, Tag& tag) {
+    const auto takePlain = [&] { return cursor.TakeUntil([](char16_t c) { return !IsPlain(c); }); };
+    const std::u16string_view name = takePlain();
+    if (name.empty() || name.back() == u'-') return false;
+    const char16_t* const start = cursor.at;
+    tag.pairs.clear();
+    cursor.SkipSpace();
+    while (!cursor.IsAtEnd() && IsPlain(*cursor.at)) {
+        const std::u16string_view key = takePlain();
+        if (!cursor.IsAt(u'=')) return false;
+        const char16_t quote = ++cursor.at != cursor.end ? *cursor.at : u'\0';
+        if (quote != u'\'' && quote != u'"') return false;
+        ++cursor.at;
+        tag.pairs.push_back({key, cursor.TakeUntil([quote](char16_t c) { return c == quote; })});
+        if (cursor.IsAtEnd()) return false;
+        ++cursor.at;
+        cursor.SkipSpace();
+    }
+    const bool isEmpty = cursor.IsAt(u'/');
+    if (isEmpty) ++cursor.at;
+    if (!cursor.IsAt(u'>')) return false;
+    tag.contents = {start, static_cast<std::size_t>(cursor.at - start)};
+    ++cursor.at;
+    SetLowered(tag.name, name);
+    tag.kind = isClosing ? TagKind::Closing : isEmpty ? TagKind::Empty : TagKind::Opening;
+    return true;
 }
 
 }  // namespace
@@ -116,19 +175,27 @@ bool NextTag(std::u16string_view text, std::size_t from, std::size_t& limit, Tag
         return true;
     }
 
-    const std::size_t found = FindTagEnd(text, start, limit);
-    const std::size_t end = found != kNone ? found : limit - 1;
-    limit = end + 1;
-    std::size_t nameEnd = std::min(at, end);
-    while (nameEnd < end && !IsNameEnd(text[nameEnd])) ++nameEnd;
-    if (nameEnd <= at) return false;
-    tag.name = ToLower(text.substr(at, nameEnd - at));
-    if (tag.name == u"br" || tag.name == u"tab")
+    Cursor cursor{text.data() + at, text.data() + limit};
+    if (ReadPlainTag(cursor, isClosing, tag)) {
+        limit = static_cast<std::size_t>(cursor.at - text.data());
+    } else {
+        const std::size_t found = FindTagEnd(text, start, limit);
+        const std::size_t end = found != kNone ? found : limit - 1;
+        limit = end + 1;
+        std::size_t nameEnd = std::min(at, end);
+        while (nameEnd < end && !IsNameEnd(text[nameEnd])) ++nameEnd;
+        if (nameEnd <= at) return false;
+        SetLowered(tag.name, text.substr(at, nameEnd - at));
+        if (isClosing)
+            tag.kind = TagKind::Closing;
+        else
+            ReadAttributeText(text.substr(nameEnd, end - nameEnd), tag);
+    }
+    if (tag.name == u"br" || tag.name == u"tab") {
         tag.kind = TagKind::Empty;
-    else if (isClosing)
-        tag.kind = TagKind::Closing;
-    else
-        ReadAttributeText(text.substr(nameEnd, end - nameEnd), tag);
+        tag.contents = {};
+        tag.pairs.clear();
+    }
     return true;
 }
 

@@ -2,19 +2,16 @@
 
 // Finds the tags of a document, whatever state the document is in.
 
+#include "config/attribute_pairs.h"
+
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace qdvm::XMLParse {
 
-// White space of names, attributes and tags; characters from U+FDEF up count too, and with them the
-// byte order mark.
-constexpr bool IsFullSpace(char16_t unit) {
-    return unit == u' ' || unit == u'\n' || unit == u'\r' || unit == u'\t' || unit >= 0xFDEF;
-}
-
-// The same without the blank: what is trimmed off texts.
+// White space without the blank: what is trimmed off texts.
 constexpr bool IsLineSpace(char16_t unit) { return unit != u' ' && IsFullSpace(unit); }
 
 std::u16string_view TrimFullSpace(std::u16string_view text);
@@ -31,6 +28,7 @@ struct Tag {
     std::size_t start = 0;         // of its "<"
     std::u16string name;           // lowered, but for character data
     std::u16string_view contents;  // attribute text, or the character data
+    std::vector<AttrPair> pairs;   // of the attribute text
     TagKind kind = TagKind::Opening;
 };
 

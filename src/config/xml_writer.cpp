@@ -30,7 +30,7 @@ void AppendQuoted(std::u16string& out, std::u16string_view value) {
 }
 
 void AppendAttributes(std::u16string& out, XMLNodeImpl& node) {
-    node.VisitAttributes([&](const std::u16string& name, const std::u16string& value) {
+    node.VisitAttributes([&](std::u16string_view name, std::u16string_view value) {
         out.push_back(u' ');
         out.append(name);
         out.push_back(u'=');

@@ -77,20 +77,15 @@ constexpr CaseRange kRanges[] = {
 };
 // clang-format on
 
-char16_t LookUp(char16_t unit) {
+}  // namespace
+
+char16_t ToLowerBeyondAscii(char16_t unit) {
     const CaseRange* const range =
         std::lower_bound(std::begin(kRanges), std::end(kRanges), unit,
                          [](const CaseRange& r, char16_t value) { return r.last < value; });
     if (range == std::end(kRanges) || unit < range->first) return unit;
     if ((unit - range->first) % range->step != 0) return unit;
     return static_cast<char16_t>(unit + range->delta);
-}
-
-}  // namespace
-
-char16_t ToLower(char16_t unit) {
-    if (unit < 0x80) return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
-    return LookUp(unit);
 }
 
 std::u16string ToLower(std::u16string_view text) {

@@ -8,7 +8,13 @@
 
 namespace qdvm {
 
-char16_t ToLower(char16_t unit);
+char16_t ToLowerBeyondAscii(char16_t unit);
+
+inline char16_t ToLower(char16_t unit) {
+    if (unit >= 0x80) return ToLowerBeyondAscii(unit);
+    return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
+}
+
 std::u16string ToLower(std::u16string_view text);
 
 // Whether both are the same text once lowered.

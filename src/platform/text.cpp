@@ -212,11 +212,14 @@ std::string ToUtf8(std::u16string_view text) {
 }
 
 std::u16string FromUtf8(std::string_view text) {
+    if (AsciiRun(text) == text.size()) return {text.begin(), text.end()};
     std::u16string out;
     out.reserve(text.size());
     for (std::size_t position = 0; position < text.size();) {
         const std::size_t run = AsciiRun(text.substr(position));
-        out.append(text.begin() + position, text.begin() + position + run);
+        const std::size_t start = out.size();
+        out.resize(start + run);
+        std::copy_n(text.begin() + position, run, out.begin() + start);
         position += run;
         if (position == text.size()) break;
         const char32_t point = TakeUtf8(text, position);
@@ -265,6 +268,21 @@ std::string To1252(std::u16string_view text) {
         if (position < text.size()) out.push_back(ToWestern(TakeUtf16(text, position)));
     }
     return out;
+}
+
+std::size_t FindUnit(std::u16string_view text, char16_t unit, std::size_t from) {
+    // A block without a way out in the middle is looked at all at once.
+    constexpr std::size_t kBlock = 32;
+    const auto hasUnit = [&](std::size_t start) {
+        std::uint16_t found = 0;
+        for (std::size_t i = 0; i < kBlock; ++i)
+            found |= static_cast<std::uint16_t>(-(text[start + i] == unit));
+        return found != 0;
+    };
+    std::size_t at = from;
+    while (at + kBlock <= text.size() && !hasUnit(at)) at += kBlock;
+    while (at < text.size() && text[at] != unit) ++at;
+    return at < text.size() ? at : std::u16string_view::npos;
 }
 
 std::u16string FromUtf7(std::string_view text) {

@@ -2,6 +2,7 @@
 
 // Conversion between UTF-16, which text in memory is, and the encodings of files and systems.
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -23,6 +24,9 @@ std::u16string From1252(std::string_view text);
 
 // Characters without a byte become '?', a surrogate pair one of them.
 std::string To1252(std::u16string_view text);
+
+// The first such unit from a position on, npos if there is none: quick over long texts without it.
+std::size_t FindUnit(std::u16string_view text, char16_t unit, std::size_t from = 0);
 
 // UTF-7 by RFC 2152. What can't be decoded (a bad character inside a run, bits left over) is
 // U+FFFD; bytes above 127 count as Latin-1.

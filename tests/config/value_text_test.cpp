@@ -117,7 +117,7 @@ TEST(ObjectVal, ATextStaysWhatItWas) {
     EXPECT_EQ(value.AsDouble(), 1.5);
     EXPECT_EQ(value.AsSize(), (SizeValue{1.5, kSizePixels}));
     EXPECT_EQ(value.AsText(), u"1.50px");
-    value.SetText(u"");
+    value = ObjectVal(u"");
     EXPECT_EQ(value.AsInt(), 0);
     EXPECT_EQ(value.AsSize(), SizeValue{});
     EXPECT_FALSE(value.AsBool());

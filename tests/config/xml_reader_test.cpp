@@ -8,8 +8,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -48,6 +50,28 @@ TEST(XmlReader, AttributesInAnyForm) {
     EXPECT_EQ(Read(u"<a b='it\"s'/>"), "<a b='it\"s'/>");
     EXPECT_EQ(Read(u"<a b=\"it's\"/>"), "<a b=\"it's\"/>");
     EXPECT_EQ(Read(u"<a b=it's\"/>"), "<a b=\"it's'\"/>");
+    EXPECT_EQ(Read(u"<a bc='1' d='2'BC='3' />"), "<a bc='3' d='2'/>");
+    EXPECT_EQ(Read(u"<a b'1' c='2>3'/>"), "<a c='2>3'/>");
+    EXPECT_EQ(Read(u"</a b='>'><c/>"), "<c/>");
+}
+
+TEST(XmlReader, WhatWasReadLastsWithoutTheTextAndTheTree) {
+    std::u16string text = u"<r first='one' Second='two'><b long-name='a longer value' c='3'/></r>";
+    XMLNodePtr root = CreateNode(u"n");
+    ASSERT_EQ(Parse(root, text), S_OK);
+    std::fill(text.begin(), text.end(), u'x');
+    XMLNodePtr child = root->Child(u"b");
+    root = nullptr;
+    EXPECT_EQ(child->GetInt(u"c"), 3);
+    ASSERT_TRUE(child->SetAttr(u"C", ObjectVal(4)));
+    const std::optional<ObjectVal> value = child->GetAttr(u"Long-Name");
+    const std::vector<XMLAttribute> all = child->Attributes();
+    child = nullptr;
+    ASSERT_TRUE(value);
+    EXPECT_EQ(ObjectVal(*value).AsText(), u"a longer value");
+    ASSERT_EQ(all.size(), 2u);
+    EXPECT_EQ(all[0].name.View(), u"long-name");
+    EXPECT_EQ(ObjectVal(all[1].value).AsText(), u"4");
 }
 
 TEST(XmlReader, TextsAndElementsKeepTheirPlaces) {
@@ -81,6 +105,7 @@ TEST(XmlReader, FaultsAreAbsorbed) {
     EXPECT_EQ(Read(u"<a><b></a>"), "<a><b/></a>");
     EXPECT_EQ(Read(u"<a><b>1</a>2<c/>"), "<a><b>12<c/></b></a>");
     EXPECT_EQ(Read(u"x</x><a/>"), "<a/>");
+    EXPECT_EQ(Read(u"<a>1</b>2<![CDATA[3]]>4</a>"), "<a>1234</a>");
     EXPECT_EQ(Read(u"<A><B>1</b x>2</  A >3"), "<a><b>1</b>2</a>");
     EXPECT_EQ(Read(u"<a>1<>2<b/>3"), "<a>2<b/>3</a>");  // the text in front of "<>" goes with it
     EXPECT_EQ(Read(u"<a>1<>"), "<a>1&lt;&gt;</a>");     // at the very end nothing is lost
@@ -137,10 +162,10 @@ std::u16string Repeated(std::u16string_view part, std::size_t times) {
 // Each of these has a way to read the rest of the text again and again, or one inside the other.
 TEST(XmlReader, HostileTextsTakeLinearTime) {
     constexpr std::size_t kMebi = 1 << 20;
-    const std::u16string_view parts[] = {u"<",    u"<a",     u"<a>",      u"<a ", u"<![['']]>'",
-                                         u"<![[", u"<!--",   u"<?",       u"'",   u"<a b='",
-                                         u"</a>", u"<a/>",   u"a=1 ",     u"<>x", u"<!-->-->",
-                                         u"&#",   u"<a -->", u"<a b=\"'", u"\t "};
+    const std::u16string_view parts[] = {
+        u"<",        u"<a", u"<a>",    u"<a ",      u"<![['']]>'", u"<![[",  u"<!--",
+        u"<?",       u"'",  u"<a b='", u"</a>",     u"<a/>",       u"a=1 ",  u"<>x",
+        u"<!-->-->", u"&#", u"<a -->", u"<a b=\"'", u"\t ",        u"x</b>", u"<a b='1' <"};
     for (const std::u16string_view part : parts) {
         const std::u16string text = u"<r>" + Repeated(part, kMebi / part.size());
         const XMLNodePtr node = CreateNode(u"n");
@@ -152,6 +177,7 @@ TEST(XmlReader, HostileTextsTakeLinearTime) {
     const XMLNodePtr node = CreateNode(u"n");
     EXPECT_EQ(Parse(node, names), S_OK);
     EXPECT_EQ(node->AttrCount(), 100000u);
+    EXPECT_EQ(node->GetInt(u"A99999"), 1);
 }
 
 TEST(XmlReader, NestingBeyondTheBoundStaysAtTheBound) {

@@ -98,5 +98,18 @@ TEST(Utf7, DecodesRunsAndMarksBadOnes) {
     EXPECT_EQ(FromUtf7("\xE9"), u"\u00E9");
 }
 
+TEST(FindUnit, AtEveryPlaceOfTextsOfEveryLength) {
+    for (std::size_t size = 0; size < 80; ++size) {
+        std::u16string text(size, u'\u0100');
+        EXPECT_EQ(FindUnit(text, u'\0'), std::u16string::npos);
+        for (std::size_t at = 0; at < size; ++at) {
+            text[at] = u'\0';
+            EXPECT_EQ(FindUnit(text, u'\0', at / 2), at);
+            EXPECT_EQ(FindUnit(text, u'\0', at + 1), std::u16string::npos);
+            text[at] = u'\u0100';
+        }
+    }
+}
+
 }  // namespace
 }  // namespace qdvm
