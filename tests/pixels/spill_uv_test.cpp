@@ -6,7 +6,7 @@
 
 #include <algorithm>
 #include <array>
-#include <climits>
+#include <cstdint>
 #include <random>
 #include <vector>
 
