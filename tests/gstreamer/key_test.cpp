@@ -121,12 +121,14 @@ TEST_F(Keyed, GoesOnAndOffBetweenTwoFrames) {
 }
 
 // A key that comes after the last frame of its stream, whose picture stays: in a format that the
-// mixer keys, and in others; with and without a master.
-TEST_F(Keyed, ChangesAPictureThatStaysAfterTheEnd) {
+// mixer keys, and in others; with and without a master; after an end and while the stream is lost.
+TEST_F(Keyed, ChangesAPictureThatStays) {
     for (const char* format : {"I420", "YVYU", "UYVY"})
         for (const char* key : {"green", "auto"})
-            for (const char* master : {"", "sink_0"}) {
-                SCOPED_TRACE(std::string(format) + " " + key + " " + master);
+            for (const char* how : {"ended", "lost", "ended under a master"}) {
+                const std::string health = std::string(how).substr(0, std::string(how).find(' '));
+                const char* const master = health == how ? "" : "sink_0";
+                SCOPED_TRACE(std::string(format) + " " + key + " " + how);
                 MixPipeline pipeline(Caps(kSide, kSide));
                 g_object_set(pipeline.Mixer(), "master", master, nullptr);
                 Source under = pipeline.Add(Caps(kSide, kSide));
@@ -147,17 +149,21 @@ TEST_F(Keyed, ChangesAPictureThatStaysAfterTheEnd) {
                     return frame;
                 };
                 screen.SendBuffer(GreenScreen(format), 0);
-                screen.End();
+                screen.Set("max-wait", 1);
+                if (health == "ended") screen.End();
                 pipeline.Play();
                 ExpectKeyed(await(false), false);
-                EXPECT_TRUE(Eventually([&] { return screen.Health() == "ended"; }));
+                EXPECT_TRUE(Eventually([&] {
+                    (void)next();
+                    return screen.Health() == health;
+                }));
                 g_object_set(screen.Pad(), "key", key, nullptr);
                 ExpectKeyed(await(true), true);
                 g_object_set(screen.Pad(), "key", "none", nullptr);
                 ExpectKeyed(await(false), false);
                 g_object_set(screen.Pad(), "key", key, nullptr);
                 ExpectKeyed(await(true), true);
-                EXPECT_EQ(screen.Health(), "ended");
+                EXPECT_EQ(screen.Health(), health);
                 // What is shown on after the mixer has started anew is the keyed picture.
                 Source third = pipeline.Add(Caps(kSide, kSide));
                 third.Set("zorder", 9);
